@@ -1,0 +1,31 @@
+#pragma once
+
+#include "platform/NSAttributedString.h"
+
+#include <QList>
+#include <QString>
+#include <QVariant>
+
+/// One entry of a menu, as data: a window shows it and sends `action` to whoever answers it.
+struct NSMenuItem
+{
+    QString title;
+    QString action;                     ///< name of the operation, colon included; nil for none
+    QString keyEquivalent;              ///< empty for none
+    QVariant representedObject;
+    NSAttributedString attributedTitle; ///< empty unless the title is drawn in fonts of its own
+    bool isSeparatorItem = false;
+
+    [[nodiscard]] static NSMenuItem separatorItem()
+    {
+        NSMenuItem item;
+        item.isSeparatorItem = true;
+        return item;
+    }
+};
+
+struct NSMenu
+{
+    QString title;
+    QList<NSMenuItem> items;
+};
