@@ -6,8 +6,8 @@
 
 #include <memory>
 
-/// An image, movie or document embedded in styled text, with its media attributes: a map from lower-case keys such as
-/// "width", "lockratios" or "alttag" to numbers, strings and colours. The map is edited in place.
+/// An image, movie or document embedded in styled text, with its media attributes: a map from lower-case keys
+/// such as "width", "lockratios" or "alttag" to numbers, strings and colours. The map is edited in place.
 class QF_EXPORT QFTextAttachment : public NSTextAttachment
 {
 public:

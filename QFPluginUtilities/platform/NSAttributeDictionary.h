@@ -25,12 +25,16 @@ public:
     explicit NSAttributeDictionary(std::vector<Entry> entries);
 
     [[nodiscard]] bool isEmpty() const { return !_data; }
-    [[nodiscard]] qsizetype count() const { return _data ? static_cast<qsizetype>(_data->entries.size()) : 0; }
+    [[nodiscard]] qsizetype count() const
+    {
+        return _data ? static_cast<qsizetype>(_data->entries.size()) : 0;
+    }
     [[nodiscard]] bool contains(NSAttributeKey key) const { return find(key) != nullptr; }
 
     /// The value under `key`, or an invalid variant.
     [[nodiscard]] QVariant value(NSAttributeKey key) const;
-    /// The value under `key` without a copy, or nullptr. It lives as long as a dictionary that shares these data.
+    /// The value under `key` without a copy, or nullptr. It lives as long as a dictionary that shares these
+    /// data.
     [[nodiscard]] const QVariant *find(NSAttributeKey key) const;
     /// The value under `key` if it is exactly a T, else nullptr: a value of a wrong type counts as absent.
     template <typename T>

@@ -4,9 +4,9 @@
 
 #include <QString>
 
-/// The key of a text attribute, interned: comparing two keys compares two numbers. A key made of a name is the same
-/// for the life of the process. At most 65,535 different names exist; beyond that a new name gives the null key,
-/// which no dictionary stores. Any thread.
+/// The key of a text attribute, interned: comparing two keys compares two numbers. A key made of a name is
+/// the same for the life of the process. At most 65,535 different names exist; beyond that a new name gives
+/// the null key, which no dictionary stores. Any thread.
 class QF_EXPORT NSAttributeKey
 {
 public:
@@ -35,11 +35,12 @@ private:
 
 inline constexpr NSAttributeKey NSFontAttributeName = NSAttributeKey::builtIn(1);            ///< "NSFont"
 inline constexpr NSAttributeKey NSForegroundColorAttributeName = NSAttributeKey::builtIn(2); ///< "NSColor"
-inline constexpr NSAttributeKey NSUnderlineStyleAttributeName = NSAttributeKey::builtIn(3);  ///< "NSUnderline"
-inline constexpr NSAttributeKey NSParagraphStyleAttributeName = NSAttributeKey::builtIn(4);  ///< "NSParagraphStyle"
-inline constexpr NSAttributeKey NSLinkAttributeName = NSAttributeKey::builtIn(5);            ///< "NSLink"
-inline constexpr NSAttributeKey NSAttachmentAttributeName = NSAttributeKey::builtIn(6);      ///< "NSAttachment"
-inline constexpr NSAttributeKey NSToolTipAttributeName = NSAttributeKey::builtIn(7);         ///< "NSToolTip"
+inline constexpr NSAttributeKey NSUnderlineStyleAttributeName = NSAttributeKey::builtIn(3); ///< "NSUnderline"
+inline constexpr NSAttributeKey NSParagraphStyleAttributeName =
+    NSAttributeKey::builtIn(4);                                                   ///< "NSParagraphStyle"
+inline constexpr NSAttributeKey NSLinkAttributeName = NSAttributeKey::builtIn(5); ///< "NSLink"
+inline constexpr NSAttributeKey NSAttachmentAttributeName = NSAttributeKey::builtIn(6); ///< "NSAttachment"
+inline constexpr NSAttributeKey NSToolTipAttributeName = NSAttributeKey::builtIn(7);    ///< "NSToolTip"
 /// A markup directive dictionary; the literal starts with the k.
 inline constexpr NSAttributeKey kQFTextViewMarkupDirectivesAttributeName =
     NSAttributeKey::builtIn(8); ///< "kQFTextViewMarkupDirectivesAttribute"

@@ -42,10 +42,12 @@ public:
 
     /// The dictionary at `index`, with the longest range over which it is equal, clipped to `inRange`.
     /// Beyond the text: an empty dictionary and a range that is not found.
-    [[nodiscard]] NSAttributeDictionary attributesAtIndex(qsizetype index, NSRange *longestEffectiveRange = nullptr,
+    [[nodiscard]] NSAttributeDictionary attributesAtIndex(qsizetype index,
+                                                          NSRange *longestEffectiveRange = nullptr,
                                                           std::optional<NSRange> inRange = {}) const;
     /// The same for the value of one key (nil where absent). Linear in the runs of the range found.
-    [[nodiscard]] QVariant attribute(NSAttributeKey key, qsizetype index, NSRange *longestEffectiveRange = nullptr,
+    [[nodiscard]] QVariant attribute(NSAttributeKey key, qsizetype index,
+                                     NSRange *longestEffectiveRange = nullptr,
                                      std::optional<NSRange> inRange = {}) const;
 
     /// The styled text of a range; the range is clipped to the text.
@@ -63,8 +65,8 @@ protected:
 Q_DECLARE_TYPEINFO(NSAttributedString::Run, Q_RELOCATABLE_TYPE);
 Q_DECLARE_METATYPE(NSAttributedString)
 
-/// Styled text that can be changed. Ranges are clipped to the text. An edit costs one splice of the run array:
-/// linear in the runs behind it, but a plain memory move.
+/// Styled text that can be changed. Ranges are clipped to the text. An edit costs one splice of the run
+/// array: linear in the runs behind it, but a plain memory move.
 class QF_EXPORT NSMutableAttributedString : public NSAttributedString
 {
 public:
@@ -79,8 +81,8 @@ public:
 
     /// Replaces the units of the range; the new text takes the attributes of `text`.
     void replaceCharactersInRange(NSRange range, const NSAttributedString &text);
-    /// Replaces the units of the range; the new text takes the attributes of the range's first unit or, for an
-    /// empty range, of the unit before it, or else of the unit behind it.
+    /// Replaces the units of the range; the new text takes the attributes of the range's first unit or, for
+    /// an empty range, of the unit before it, or else of the unit behind it.
     void replaceCharactersInRange(NSRange range, const QString &text);
 
     /// Appends; amortised constant for each run, so that building a text is linear.

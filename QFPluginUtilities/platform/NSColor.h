@@ -37,8 +37,8 @@ struct NSColor
     /// The platform's light grey is two thirds, unlike Qt's 0.7529.
     [[nodiscard]] static NSColor lightGrayColor() { return calibratedWhite(2.0F / 3.0F); }
 
-    /// This colour in another space; nothing when it cannot be converted (patterns). Components are unchanged:
-    /// all convertible spaces here share primaries and white.
+    /// This colour in another space; nothing when it cannot be converted (patterns). Components are
+    /// unchanged: all convertible spaces here share primaries and white.
     [[nodiscard]] QF_EXPORT std::optional<NSColor> colorUsingColorSpaceName(NSColorSpaceName wanted) const;
 };
 

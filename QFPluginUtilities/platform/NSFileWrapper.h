@@ -29,15 +29,16 @@ public:
 
     [[nodiscard]] static NSFileWrapperPtr regularFileWithContents(const QByteArray &contents);
     [[nodiscard]] static NSFileWrapperPtr symbolicLinkWithDestination(const QString &destination);
-    /// Null children are left out; a child is known by its preferred file name, made unique among its siblings.
+    /// Null children are left out; a child is known by its preferred file name, made unique among its
+    /// siblings.
     [[nodiscard]] static NSFileWrapperPtr directoryWithFileWrappers(const QList<NSFileWrapperPtr> &children);
 
     /// Reads what lies at `path`: a regular file whole, a link as a link, a folder with all that is in it.
-    /// File name and preferred file name are the path's last component. nullptr for what is missing, cannot be
-    /// read or is neither (devices, sockets), for folders nested deeper than 64 levels, and for files larger
-    /// than `maximumBytes` in sum.
-    [[nodiscard]] static NSFileWrapperPtr wrapperWithPath(const QString &path,
-                                                          qint64 maximumBytes = qint64(1) << 31);
+    /// File name and preferred file name are the path's last component. nullptr for what is missing, cannot
+    /// be read or is neither (devices, sockets), for folders nested deeper than 64 levels, and for files
+    /// larger than `maximumBytes` in sum.
+    [[nodiscard]] static NSFileWrapperPtr wrapperWithPath(const QString &path, qint64 maximumBytes = qint64(1)
+                                                                                                     << 31);
 
     [[nodiscard]] Kind kind() const { return _kind; }
     [[nodiscard]] bool isRegularFile() const { return _kind == Kind::RegularFile; }
@@ -63,9 +64,9 @@ public:
     [[nodiscard]] const Attributes &fileAttributes() const { return _attributes; }
     void setFileAttributes(const Attributes &attributes) { _attributes = attributes; }
 
-    /// Writes the wrapper to `path`, which must not exist. `atomically`: through a temporary neighbour that is
-    /// renamed when whole; otherwise straight, so that a failure can leave a part behind. Names of a folder's
-    /// children are reduced to their last component. False when anything could not be written.
+    /// Writes the wrapper to `path`, which must not exist. `atomically`: through a temporary neighbour that
+    /// is renamed when whole; otherwise straight, so that a failure can leave a part behind. Names of a
+    /// folder's children are reduced to their last component. False when anything could not be written.
     [[nodiscard]] bool writeToPath(const QString &path, bool atomically) const;
 
 private:

@@ -8,8 +8,8 @@
 /// Trait bits as the font manager answers them.
 enum NSFontTraitMask : quint32 { NSItalicFontMask = 1, NSBoldFontMask = 2 };
 
-/// A font by its names, size and traits. Kept apart from QFont, which knows no PostScript names and resolves the
-/// family it was given; views build a QFont from this record.
+/// A font by its names, size and traits. Kept apart from QFont, which knows no PostScript names and resolves
+/// the family it was given; views build a QFont from this record.
 struct NSFont
 {
     QString fontName;    ///< PostScript name, such as "Georgia-BoldItalic"
@@ -23,8 +23,8 @@ struct NSFont
     [[nodiscard]] bool isItalic() const { return (traits & NSItalicFontMask) != 0; }
 
     /// The font of a PostScript name, with family and traits read from the name's usual build
-    /// ("TimesNewRomanPS-BoldItalicMT" is family "Times New Roman", bold and italic). Known names of the web-safe
-    /// families give their family; of any other name the part before the hyphen is the family.
+    /// ("TimesNewRomanPS-BoldItalicMT" is family "Times New Roman", bold and italic). Known names of the
+    /// web-safe families give their family; of any other name the part before the hyphen is the family.
     [[nodiscard]] QF_EXPORT static NSFont fontWithName(const QString &fontName, float size);
 
     /// The user's font for running text, at `size` or, for 0, at its own size. "Helvetica", 12 points, unless

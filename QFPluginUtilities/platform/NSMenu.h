@@ -10,8 +10,8 @@
 struct NSMenuItem
 {
     QString title;
-    QString action;                     ///< name of the operation, colon included; nil for none
-    QString keyEquivalent;              ///< empty for none
+    QString action;        ///< name of the operation, colon included; nil for none
+    QString keyEquivalent; ///< empty for none
     QVariant representedObject;
     NSAttributedString attributedTitle; ///< empty unless the title is drawn in fonts of its own
     bool isSeparatorItem = false;

@@ -11,8 +11,8 @@ enum class NSTextAlignment : int { Left = 0, Right = 1, Center = 2, Justified = 
 /// The platform's writing directions.
 enum class NSWritingDirection : int { Natural = -1, LeftToRight = 0, RightToLeft = 1 };
 
-/// A list that a paragraph stands in, equal by marker, so that styles made afresh for each paragraph still form
-/// one list. The marker is written as in "{disc}" or "{decimal}".
+/// A list that a paragraph stands in, equal by marker, so that styles made afresh for each paragraph still
+/// form one list. The marker is written as in "{disc}" or "{decimal}".
 struct NSTextList
 {
     QString markerFormat;

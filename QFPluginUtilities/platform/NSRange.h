@@ -25,7 +25,8 @@ struct NSRange
     [[nodiscard]] constexpr NSRange clippedTo(qsizetype textLength) const
     {
         const qsizetype from = std::clamp<qsizetype>(location, 0, textLength);
-        const qsizetype wanted = location < 0 ? length + std::max(location, -std::max<qsizetype>(length, 0)) : length;
+        const qsizetype wanted =
+            location < 0 ? length + std::max(location, -std::max<qsizetype>(length, 0)) : length;
         return {from, std::clamp<qsizetype>(wanted, 0, textLength - from)};
     }
 };

@@ -5,8 +5,8 @@
 #include <QString>
 #include <QStringView>
 
-/// Path components as the platform splits them: pure text, no file is looked at. QFileInfo differs for trailing
-/// slashes, "/" and names that start with a dot.
+/// Path components as the platform splits them: pure text, no file is looked at. QFileInfo differs for
+/// trailing slashes, "/" and names that start with a dot.
 namespace NSStringPathExtensions {
 
 /// "b" of "/a/b/"; "/" of "/"; empty of an empty path.

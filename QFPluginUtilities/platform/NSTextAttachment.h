@@ -6,8 +6,8 @@
 
 #include <memory>
 
-/// A file embedded in styled text, carried by one U+FFFC under the attachment attribute. Edited in place, equal by
-/// identity, and always stored as a `NSTextAttachmentPtr`, whatever its class.
+/// A file embedded in styled text, carried by one U+FFFC under the attachment attribute. Edited in place,
+/// equal by identity, and always stored as a `NSTextAttachmentPtr`, whatever its class.
 class QF_EXPORT NSTextAttachment
 {
 public:

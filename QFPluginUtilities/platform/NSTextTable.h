@@ -66,7 +66,10 @@ public:
     void setBorderColor(std::optional<NSColor> color) { _borderColors.fill(color); }
 
 private:
-    static constexpr size_t index(NSTextBlockLayer layer) { return static_cast<size_t>(static_cast<int>(layer) + 1); }
+    static constexpr size_t index(NSTextBlockLayer layer)
+    {
+        return static_cast<size_t>(static_cast<int>(layer) + 1);
+    }
 
     std::array<std::array<double, 4>, 3> _widths{};
     std::array<std::optional<NSColor>, 4> _borderColors{};

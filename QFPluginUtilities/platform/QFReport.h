@@ -11,18 +11,18 @@
 /// What went wrong, or was left out by rule, at one place.
 struct QFReportRecord
 {
-    QString kind;    ///< short fixed word, such as "attachment" or "dropped-list-line"
-    QString message; ///< the log text unchanged, or a sentence for losses that are not logged
-    QString page;    ///< unique ID of the page being exported; nil for none
+    QString kind;                 ///< short fixed word, such as "attachment" or "dropped-list-line"
+    QString message;              ///< the log text unchanged, or a sentence for losses that are not logged
+    QString page;                 ///< unique ID of the page being exported; nil for none
     NSRange range{NSNotFound, 0}; ///< UTF-16 units of the outermost text; location NSNotFound for none
-    QString file;    ///< path or name of the file concerned; nil for none
-    bool logged = false; ///< whether the message also went to the log
+    QString file;                 ///< path or name of the file concerned; nil for none
+    bool logged = false;          ///< whether the message also went to the log
 
     friend bool operator==(const QFReportRecord &, const QFReportRecord &) = default;
 };
 
-/// Collects records while it is installed. At most `maximumRecords` are kept; what comes later is only counted.
-/// A report belongs to the thread that installed it; nothing changes in the work that is reported.
+/// Collects records while it is installed. At most `maximumRecords` are kept; what comes later is only
+/// counted. A report belongs to the thread that installed it; nothing changes in the work that is reported.
 class QF_EXPORT QFReport
 {
 public:
@@ -36,6 +36,9 @@ public:
     /// Records beyond the limit, counted only.
     [[nodiscard]] qsizetype omitted() const { return _omitted; }
     void add(QFReportRecord record);
+    /// Adds a record with page and range of the places open on this thread to this thread's report, if there
+    /// is one.
+    static void addHere(QFReportRecord record);
 
     /// `[{"kind", "message", "page", "location", "length", "file", "logged"}]`, absent fields left out.
     [[nodiscard]] QJsonArray toJson() const;
@@ -71,7 +74,6 @@ public:
         QString _page;
         NSRange _range;
         friend class QFReport;
-        friend void fillPlace(QFReportRecord &record);
     };
 
 private:

@@ -10,16 +10,19 @@
 class NSKeyedArchiver;
 class NSKeyedUnarchiver;
 
-/// The destination of a link run: an external address, a page of the same site (with a subpage and anchor), or an
-/// asset file of the site. Edited in place by the link panel, held as a `QFLinkPtr`, equal by identity. Strings are
-/// values here: changing a string after setting it never changes the link.
+/// The destination of a link run: an external address, a page of the same site (with a subpage and anchor),
+/// or an asset file of the site. Edited in place by the link panel, held as a `QFLinkPtr`, equal by identity.
+/// Strings are values here: changing a string after setting it never changes the link.
 class QF_EXPORT QFLink
 {
 public:
     QFLink() = default;
     /// The target of a new link is "self" (not "_self"): the exporter treats that literal as the default.
     /// Archives without a target read back as nil instead.
-    QFLink(const QString &HREF, bool internal) : _href(HREF), _target(QStringLiteral("self")), _internal(internal) {}
+    QFLink(const QString &HREF, bool internal)
+        : _href(HREF), _target(QStringLiteral("self")), _internal(internal)
+    {
+    }
 
     /// External: the URL. Internal: the target page's unique ID. Asset: the asset's URL.
     [[nodiscard]] QString href() const { return _href; }
@@ -48,8 +51,8 @@ public:
     /// The stored name, which unlike `name` may be nil.
     [[nodiscard]] QString storedName() const { return _name; }
 
-    /// Writes "href", "anchor", "name", "target", "title", "rel", "internal", "asset", "subpageID", in this order;
-    /// a nil is written as the archive's null.
+    /// Writes "href", "anchor", "name", "target", "title", "rel", "internal", "asset", "subpageID", in this
+    /// order; a nil is written as the archive's null.
     void encodeWithCoder(NSKeyedArchiver &coder) const;
     /// Missing keys and values of wrong types read as nil, false or 0.
     [[nodiscard]] static std::shared_ptr<QFLink> initWithCoder(NSKeyedUnarchiver &coder);

@@ -1,0 +1,31 @@
+#include "platform/Logging.h"
+
+const QLoggingCategory &qfPlatformLog()
+{
+    static const QLoggingCategory category("qf.platform");
+    return category;
+}
+
+const QLoggingCategory &qfTextLog()
+{
+    static const QLoggingCategory category("qf.text");
+    return category;
+}
+
+const QLoggingCategory &qfMediaLog()
+{
+    static const QLoggingCategory category("qf.media");
+    return category;
+}
+
+const QLoggingCategory &qfExportLog()
+{
+    static const QLoggingCategory category("qf.export");
+    return category;
+}
+
+const QLoggingCategory &qfPluginLog()
+{
+    static const QLoggingCategory category("qf.plugin");
+    return category;
+}
