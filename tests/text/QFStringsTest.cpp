@@ -1,0 +1,140 @@
+#include "text/QFStrings.h"
+
+#include "text/TextTestData.h"
+
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class QFStringsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void escapesForXML_data();
+    void escapesForXML();
+    void escapesLikeUnitByUnit();
+    void escapesForPHP();
+    void knowsWhatNeedsConversion();
+    void convertsToNumericalReferences();
+    void replacesCanonicalEquivalents_data();
+    void replacesCanonicalEquivalents();
+    void replacesFromALongTextInReasonableTime();
+};
+
+void QFStringsTest::escapesForXML_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("escaped");
+    QTest::newRow("all five") << u"<a href='b' title=\"c\">&"_s
+                              << u"&lt;a href=&apos;b&apos; title=&quot;c&quot;&gt;&amp;"_s;
+    QTest::newRow("nothing counts as escaped already") << u"&lt;"_s << u"&amp;lt;"_s;
+    QTest::newRow("units whose low byte looks special")
+        << u"\u2026\u263C\u0122\uFF22\u3C3E"_s << u"\u2026\u263C\u0122\uFF22\u3C3E"_s;
+    QTest::newRow("NUL and lone surrogate") << u"a\0<\xD800"_s << u"a\0&lt;\xD800"_s;
+    QTest::newRow("empty") << u""_s << u""_s;
+}
+
+void QFStringsTest::escapesForXML()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, escaped);
+    QCOMPARE(QFStringUtilities::stringEscapedForXMLElementText(text), escaped);
+    QCOMPARE(QFStringUtilities::stringEscapedForHTMLElementText(text), escaped);
+    QCOMPARE(QFStringUtilities::stringEscapedForHTMLAttribute(text), escaped);
+}
+
+void QFStringsTest::escapesLikeUnitByUnit()
+{
+    QRandomGenerator random(20240607);
+    // Half of the alphabet special, then one unit in twenty: dense blocks and blocks with single hits.
+    for (const QString &alphabet : {u"<>&'\"abc\u00E9\u2026"_s, u"<abcdefghijklmnopqrst\u3C22"_s}) {
+        for (const qsizetype length : lengthsAroundBlocks()) {
+            const QString text = randomText(random, alphabet, length);
+            QString expected;
+            for (const QChar unit : text) {
+                const qsizetype special = QStringView(u"<>&'\"").indexOf(unit);
+                expected += special < 0 ? QString(unit)
+                                        : QStringList{u"&lt;"_s, u"&gt;"_s, u"&amp;"_s, u"&apos;"_s,
+                                                      u"&quot;"_s}[special];
+            }
+            QCOMPARE(QFStringUtilities::stringEscapedForXMLElementText(text), expected);
+        }
+    }
+}
+
+void QFStringsTest::escapesForPHP()
+{
+    QCOMPARE(QFStringUtilities::stringEscapedForInclusionInSingleQuotedPHPString(uR"(it's "C:\dir" $x)"_s),
+             uR"(it\'s "C:\\dir" $x)"_s);
+    // An apostrophe is one whatever follows: nothing breaks out of the literal.
+    QCOMPARE(QFStringUtilities::stringEscapedForInclusionInSingleQuotedPHPString(u"'\u0301\\\u0338"_s),
+             u"\\'\u0301\\\\\u0338"_s);
+}
+
+void QFStringsTest::knowsWhatNeedsConversion()
+{
+    QString literal;
+    for (char32_t unit = 0; unit <= 0xFFFF; ++unit)
+        if (!QFStringUtilities::needsConversion(static_cast<char16_t>(unit)))
+            literal += QChar(static_cast<char16_t>(unit));
+    QCOMPARE(literal, u" #()+-./0123456789:;=?@ABCDEFGHIJKLMNOPQRSTUVWXYZ_abcdefghijklmnopqrstuvwxyz"_s);
+}
+
+void QFStringsTest::convertsToNumericalReferences()
+{
+    QCOMPARE(QFStringUtilities::convertToNumericalReferences(u"a b&c"_s, false), u"a b&#x26;c"_s);
+    QCOMPARE(QFStringUtilities::convertToNumericalReferences(u"A\t"_s, true), u"&#x41;&#x9;"_s);
+    QCOMPARE(QFStringUtilities::convertToNumericalReferences(u"\u00E9\u0FFF\u20AC\U0001F600"_s, false),
+             u"&#xe9;&#xfff;&#x20ac;&#xd83d;&#xde00;"_s);
+    // Longer than one stretch of the conversion.
+    QCOMPARE(QFStringUtilities::convertToNumericalReferences(QString(9000, u'<'), false),
+             u"&#x3c;"_s.repeated(9000));
+}
+
+void QFStringsTest::replacesCanonicalEquivalents_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QString>("result");
+    QTest::addColumn<qsizetype>("count");
+    const auto row = [](const char *name, QStringView text, QStringView target, QStringView result,
+                        qsizetype count) {
+        QTest::newRow(name) << text.toString() << target.toString() << result.toString() << count;
+    };
+    row("literal", u"one two one", u"one", u"[] two []", 2);
+    row("hits do not overlap", u"aaaaa", u"aa", u"[][]a", 2);
+    row("empty target", u"abc", u"", u"abc", 0);
+    row("composed finds decomposed", u"caf\u0065\u0301s caf\u00E9", u"\u00E9", u"caf[]s caf[]", 2);
+    row("decomposed finds composed", u"caf\u00E9s", u"fe\u0301", u"ca[]s", 1);
+    row("a base is not found under its mark", u"e\u0301 \u00E9 e", u"e", u"e\u0301 \u00E9 []", 1);
+    row("order of marks does not matter", u"q\u0307\u0323 q\u0323\u0307", u"q\u0323\u0307", u"[] []", 2);
+    row("marks at the start of the target", u"a\u0301\u0323b", u"\u0323\u0301b", u"a[]", 1);
+    row("singleton", u"5 \u212B", u"\u00C5", u"5 []", 1);
+    row("Hangul syllable and its letters", u"\u1112\u1161\u11AB \uD55C", u"\uD55C", u"[] []", 2);
+    row("shorter when decomposed", u"x\U0002F800y", u"\u4E3Dy", u"x[]", 1);
+    row("no hit inside a surrogate pair", u"\U0001F600", u"\xDE00", u"\U0001F600", 0);
+    row("compatibility is no equivalence", u"\uFB01", u"fi", u"\uFB01", 0);
+    row("target longer than the text", u"\u00E9", u"\u00E9\u00E9", u"\u00E9", 0);
+}
+
+void QFStringsTest::replacesCanonicalEquivalents()
+{
+    QFETCH(QString, text);
+    QFETCH(QString, target);
+    QFETCH(QString, result);
+    QFETCH(qsizetype, count);
+    QCOMPARE(QFStringUtilities::replaceOccurrencesOfStringWithString(text, target, u"[]"_s), count);
+    QCOMPARE(text, result);
+}
+
+void QFStringsTest::replacesFromALongTextInReasonableTime()
+{
+    // A million marks on one letter: found as one character, not searched from each of them to the end.
+    QString text = u"e"_s + QString(1000000, QChar(u'\u0301')) + u"\u00E9"_s;
+    QCOMPARE(QFStringUtilities::replaceOccurrencesOfStringWithString(text, u"\u00E9"_s, u"x"_s), 1);
+    QCOMPARE(text.size(), 1000002);
+}
+
+QTEST_APPLESS_MAIN(QFStringsTest)
+#include "QFStringsTest.moc"
