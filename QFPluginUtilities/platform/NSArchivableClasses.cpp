@@ -1,5 +1,6 @@
 #include "platform/NSArchivableClasses.h"
 
+#include "platform/NSArchivedAttachments.h"
 #include "platform/NSArchivedText.h"
 #include "platform/NSArchivedValues.h"
 #include "platform/NSPropertyListValue.h"
@@ -18,7 +19,8 @@ class Registry
 public:
     Registry()
     {
-        for (const NSArchivableClass &one : archivableValueClasses() + archivableTextClasses())
+        for (const NSArchivableClass &one :
+             archivableValueClasses() + archivableTextClasses() + archivableAttachmentClasses())
             add(one);
     }
 
@@ -29,6 +31,8 @@ public:
             return;
         const NSArchivableClass *kept = &_classes.emplace_back(archivableClass);
         _byName.insert(kept->name, kept);
+        if (!kept->encode)
+            return;
         // Of several classes of one type the one that can tell them apart stands for the type.
         if (const NSArchivableClass *&forType = _byType[kept->type.id()]; !forType || kept->className)
             forType = kept;
@@ -73,7 +77,11 @@ const NSArchivableClass *NSArchivableClasses::classNamed(const QString &name)
 
 const NSArchivableClass *NSArchivableClasses::classOfValue(const QVariant &value)
 {
-    const NSArchivableClass *found = registry().ofType(value.metaType());
+    // Two more types of Qt's for the same thing.
+    const QMetaType type = value.typeId() == QMetaType::QStringList    ? QMetaType(QMetaType::QVariantList)
+                           : value.typeId() == QMetaType::QVariantHash ? QMetaType(QMetaType::QVariantMap)
+                                                                       : value.metaType();
+    const NSArchivableClass *found = registry().ofType(type);
     if (!found || (found->identity && !found->identity(value)))
         return nullptr;
     if (!found->className)

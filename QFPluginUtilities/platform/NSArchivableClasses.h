@@ -19,8 +19,8 @@ struct NSArchivableClass
     void (*encode)(const QVariant &object, NSKeyedArchiver &coder) = nullptr;
     /// Answers nil for what cannot be such an object.
     QVariant (*decode)(NSKeyedUnarchiver &coder) = nullptr;
-    /// For objects that are equal by identity: what is the same for the same object only. None for plain values,
-    /// of which equal ones are archived once.
+    /// For objects that are equal by identity: what is the same for the same object only. None for plain
+    /// values, of which equal ones are archived once.
     const void *(*identity)(const QVariant &object) = nullptr;
     /// For a type that stands for several classes: the name of this object's.
     QString (*className)(const QVariant &object) = nullptr;
@@ -34,12 +34,21 @@ QF_EXPORT void add(const NSArchivableClass &archivableClass);
 
 /// nullptr when there is none. The pointer stays good.
 [[nodiscard]] const NSArchivableClass *classNamed(const QString &name);
-/// The class that archives this value; nullptr when there is none, and for strings, numbers and data, which need none.
+/// The class that archives this value; nullptr when there is none, and for strings, numbers and data, which
+/// need none.
 [[nodiscard]] const NSArchivableClass *classOfValue(const QVariant &value);
 /// The platform's name of the value's class; nil for nil and for values that no archive holds.
 [[nodiscard]] QF_EXPORT QString classNameOfValue(const QVariant &value);
 
-/// Adds a class while the library is loaded: `static const NSArchivableClasses::Registration kLinkClass({...});`
+/// `identity` of a class whose objects are held by a `Pointer`, a shared one.
+template <typename Pointer>
+[[nodiscard]] const void *identityOf(const QVariant &object)
+{
+    return static_cast<const Pointer *>(object.constData())->get();
+}
+
+/// Adds a class while the library is loaded: `static const NSArchivableClasses::Registration
+/// kLinkClass({...});`
 struct Registration
 {
     explicit Registration(const NSArchivableClass &archivableClass) { add(archivableClass); }

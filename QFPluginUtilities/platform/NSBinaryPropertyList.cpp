@@ -21,8 +21,8 @@ constexpr quint64 kMostUnfoldedValues = 1'000'000; // plus one for each byte of 
 /// What stands at the head of an object: its kind and where its contents lie.
 struct Head
 {
-    int type = 0;  // the upper half of the marker byte
-    int low = 0;   // the lower half
+    int type = 0; // the upper half of the marker byte
+    int low = 0;  // the lower half
     quint64 start = 0;
     quint64 count = 0; // elements, bytes or units
 };
@@ -71,16 +71,17 @@ private:
         _table = number(trailer + 24, 8);
         const auto isWidth = [](int width) { return width >= 1 && width <= 8; };
         // Each object takes at least a byte before the table and an entry in it.
-        if (!isWidth(_offsetWidth) || !isWidth(_refWidth) || _table < 9 || _table > trailer || _top >= count ||
-            count > _table - 8 || count > (trailer - _table) / static_cast<quint64>(_offsetWidth))
+        if (!isWidth(_offsetWidth) || !isWidth(_refWidth) || _table < 9 || _table > trailer ||
+            _top >= count || count > _table - 8 ||
+            count > (trailer - _table) / static_cast<quint64>(_offsetWidth))
             return false;
         _unspent = _table - 8;
         _slots.resize(count);
         return true;
     }
 
-    /// The head of an object, with its contents inside the file. All objects together may take no more room than
-    /// the file has for objects: two that lie over each other make their reader work twice.
+    /// The head of an object, with its contents inside the file. All objects together may take no more room
+    /// than the file has for objects: two that lie over each other make their reader work twice.
     std::optional<Head> readHead(quint64 object)
     {
         const quint64 at = number(_table + object * static_cast<quint64>(_offsetWidth), _offsetWidth);
@@ -92,7 +93,9 @@ private:
         if (counted && head.low == 0xF && !readLongCount(head))
             return {};
         if (!counted)
-            head.count = head.type == 8 ? head.count + 1 : head.type == 0 ? 0 : quint64(1) << std::min(head.low, 5);
+            head.count = head.type == 8   ? head.count + 1
+                         : head.type == 0 ? 0
+                                          : quint64(1) << std::min(head.low, 5);
         const auto width = static_cast<quint64>(elementWidth(head.type));
         if (head.count > (_table - head.start) / width)
             return {};
@@ -288,7 +291,8 @@ private:
 
 std::optional<Ref> addValue(NSBinaryPropertyListWriter &writer, const QVariant &value, int depth);
 
-bool addArrayElements(NSBinaryPropertyListWriter &writer, const QVariantList &list, int depth, std::vector<Ref> &out)
+bool addArrayElements(NSBinaryPropertyListWriter &writer, const QVariantList &list, int depth,
+                      std::vector<Ref> &out)
 {
     for (const QVariant &element : list) {
         if (isNil(element))

@@ -85,7 +85,10 @@ struct NSBinaryPropertyListWriter::Private
     };
     std::unordered_set<Ref, Hash, Equal> known{64, Hash{this}, Equal{this}};
 
-    static bool isContainer(const Object &object) { return object.marker == Array || object.marker == Dictionary; }
+    static bool isContainer(const Object &object)
+    {
+        return object.marker == Array || object.marker == Dictionary;
+    }
 
     [[nodiscard]] std::span<const char> contents(const Object &object) const
     {
@@ -154,7 +157,8 @@ Ref NSBinaryPropertyListWriter::addInteger(qint64 value)
 {
     const quint64 start = d->start();
     // Only eight bytes are read back with a sign.
-    appendInteger(d->bytes, static_cast<quint64>(value), value < 0 ? 8 : widthFor(static_cast<quint64>(value)));
+    appendInteger(d->bytes, static_cast<quint64>(value),
+                  value < 0 ? 8 : widthFor(static_cast<quint64>(value)));
     return d->keep(Integer, start);
 }
 
@@ -188,7 +192,8 @@ Ref NSBinaryPropertyListWriter::addDate(double secondsSince2001)
 Ref NSBinaryPropertyListWriter::addString(QStringView text)
 {
     const quint64 start = d->start();
-    const bool ascii = std::all_of(text.begin(), text.end(), [](QChar unit) { return unit.unicode() < 0x80; });
+    const bool ascii =
+        std::all_of(text.begin(), text.end(), [](QChar unit) { return unit.unicode() < 0x80; });
     appendHeader(d->bytes, ascii ? ASCIIString : UTF16String, static_cast<quint64>(text.size()));
     if (ascii) {
         d->bytes.append(text.toLatin1());

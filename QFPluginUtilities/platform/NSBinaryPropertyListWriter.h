@@ -6,8 +6,9 @@
 #include <memory>
 #include <span>
 
-/// Writes a binary property list object by object, each after those it refers to. Equal objects are stored once and
-/// have one reference, so that equal structures are found by comparing references. Linear in what is added.
+/// Writes a binary property list object by object, each after those it refers to. Equal objects are stored
+/// once and have one reference, so that equal structures are found by comparing references. Linear in what is
+/// added.
 class NSBinaryPropertyListWriter
 {
 public:

@@ -89,7 +89,8 @@ bool writeAll(int fd, const QByteArray &bytes)
 {
     qsizetype written = 0;
     while (written < bytes.size()) {
-        const ssize_t put = ::write(fd, bytes.constData() + written, static_cast<size_t>(bytes.size() - written));
+        const ssize_t put =
+            ::write(fd, bytes.constData() + written, static_cast<size_t>(bytes.size() - written));
         if (put < 0 && errno == EINTR)
             continue;
         if (put <= 0)
@@ -102,7 +103,8 @@ bool writeAll(int fd, const QByteArray &bytes)
 std::optional<QString> readLink(int folder, const QByteArray &name)
 {
     QByteArray target(PATH_MAX, Qt::Uninitialized);
-    const ssize_t length = ::readlinkat(folder, name.constData(), target.data(), static_cast<size_t>(target.size()));
+    const ssize_t length =
+        ::readlinkat(folder, name.constData(), target.data(), static_cast<size_t>(target.size()));
     if (length < 0 || length == target.size())
         return {};
     target.truncate(length);
@@ -138,7 +140,8 @@ NSFileWrapperPtr readFolder(int folder, const QByteArray &name, qint64 &bytesLef
     }
     QMap<QString, NSFileWrapperPtr> children;
     errno = 0;
-    while (const dirent *entry = ::readdir(entries.get())) { // NOLINT(concurrency-mt-unsafe): a stream of our own
+    while (const dirent *entry =
+               ::readdir(entries.get())) { // NOLINT(concurrency-mt-unsafe): a stream of our own
         const QByteArray child(static_cast<const char *>(entry->d_name));
         if (child == "." || child == "..")
             continue;
@@ -188,8 +191,8 @@ void applyAttributes(int fd, const NSFileWrapper::Attributes &attributes)
     }
 }
 
-/// Writes to a name that must be free. Everything is created anew and nothing is followed, so that a link put in
-/// the way cannot lead the writing astray.
+/// Writes to a name that must be free. Everything is created anew and nothing is followed, so that a link put
+/// in the way cannot lead the writing astray.
 bool writeAt(int folder, const QByteArray &name, const NSFileWrapper &wrapper, int depth);
 
 bool writeFile(int folder, const QByteArray &name, const NSFileWrapper &wrapper)
@@ -206,11 +209,13 @@ bool writeFolder(int folder, const QByteArray &name, const NSFileWrapper &wrappe
 {
     if (::mkdirat(folder, name.constData(), 0777) != 0)
         return false;
-    const Descriptor made(::openat(folder, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
+    const Descriptor made(
+        ::openat(folder, name.constData(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
     if (!made.isOpen())
         return false;
     for (auto child = wrapper.fileWrappers().begin(); child != wrapper.fileWrappers().end(); ++child) {
-        const QByteArray childName = QFile::encodeName(NSStringPathExtensions::lastPathComponent(child.key()));
+        const QByteArray childName =
+            QFile::encodeName(NSStringPathExtensions::lastPathComponent(child.key()));
         if (childName.contains('/') || !writeAt(made.get(), childName, *child.value(), depth + 1))
             return false;
     }
@@ -292,7 +297,8 @@ NSFileWrapperPtr NSFileWrapper::symbolicLinkWithDestination(const QString &desti
     return wrapper;
 }
 
-NSFileWrapperPtr NSFileWrapper::directoryWithNamedFileWrappers(const QMap<QString, NSFileWrapperPtr> &children)
+NSFileWrapperPtr
+NSFileWrapper::directoryWithNamedFileWrappers(const QMap<QString, NSFileWrapperPtr> &children)
 {
     NSFileWrapperPtr wrapper(new NSFileWrapper(Kind::Directory));
     for (auto child = children.begin(); child != children.end(); ++child) {
@@ -311,7 +317,8 @@ NSFileWrapperPtr NSFileWrapper::directoryWithFileWrappers(const QList<NSFileWrap
             continue;
         QString name = child->preferredFilename();
         while (named.contains(name))
-            name = child->preferredFilename() + u'-' + QString::number(++lastNumber[child->preferredFilename()]);
+            name =
+                child->preferredFilename() + u'-' + QString::number(++lastNumber[child->preferredFilename()]);
         named.insert(name, child);
     }
     return directoryWithNamedFileWrappers(named);

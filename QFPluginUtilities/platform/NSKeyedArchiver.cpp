@@ -9,9 +9,8 @@
 #include "platform/Values.h"
 
 #include <QHash>
-#include <QSet>
 
-#include <algorithm>
+#include <utility>
 #include <vector>
 
 using namespace Qt::StringLiterals;
@@ -39,9 +38,10 @@ void reportUnknownType(const QVariant &value)
 struct NSKeyedArchiver::Private
 {
     NSBinaryPropertyListWriter writer;
-    std::vector<Ref> objects;                            // by UID
-    QHash<Ref, UID> plainValues;                         // equal values have equal references
-    QHash<const void *, std::pair<UID, QVariant>> known; // holds the objects, so that no address is used again
+    std::vector<Ref> objects;    // by UID
+    QHash<Ref, UID> plainValues; // equal values have equal references
+    QHash<const void *, std::pair<UID, QVariant>>
+        known; // holds the objects, so that no address is used again
     QHash<const NSArchivableClass *, Ref> classes;
     Frame top;
     Frame *frame = &top;
@@ -57,8 +57,6 @@ struct NSKeyedArchiver::Private
 
     void addStored(Ref key, Ref value)
     {
-        if (std::find(frame->keys.begin(), frame->keys.end(), key) != frame->keys.end())
-            return;
         frame->keys.push_back(key);
         frame->values.push_back(value);
     }
@@ -214,6 +212,11 @@ void NSKeyedArchiver::encodeObject(const QVariant &object)
     d->addStored(d->writer.addString(NSKeyedArchiveLayout::sequenceKey(d->frame->sequence++)), value);
 }
 
+quint64 NSKeyedArchiver::referenceTo(const QVariant &object)
+{
+    return d->encode(object);
+}
+
 bool NSKeyedArchiver::canEncode(const QVariant &value)
 {
     if (isNil(value))
@@ -233,6 +236,7 @@ QByteArray NSKeyedArchiver::encodedData()
                                 writer.addString(NSKeyedArchiveLayout::objectsEntry)};
     const std::vector<Ref> values{writer.addInteger(NSKeyedArchiveLayout::layoutVersion),
                                   writer.addString(NSKeyedArchiveLayout::archiverName),
-                                  writer.addDictionary(d->top.keys, d->top.values), writer.addArray(d->objects)};
+                                  writer.addDictionary(d->top.keys, d->top.values),
+                                  writer.addArray(d->objects)};
     return writer.data(writer.addDictionary(keys, values));
 }

@@ -77,5 +77,6 @@ QVariant NSPropertyList::propertyListFromData(const QByteArray &data, NSProperty
 
 QByteArray NSPropertyList::dataFromPropertyList(const QVariant &value, NSPropertyListFormat format)
 {
-    return format == NSPropertyListFormat::Binary ? binaryFromPropertyList(value) : xmlFromPropertyList(value);
+    return format == NSPropertyListFormat::Binary ? binaryFromPropertyList(value)
+                                                  : xmlFromPropertyList(value);
 }

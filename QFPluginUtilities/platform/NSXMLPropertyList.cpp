@@ -128,10 +128,11 @@ private:
     {
         QByteArray encoded = text.toLatin1();
         encoded.removeIf([](char c) { return c == ' ' || c == '\n' || c == '\t' || c == '\r'; });
-        const auto decoded = QByteArray::fromBase64Encoding(std::move(encoded), QByteArray::AbortOnBase64DecodingErrors);
+        const auto decoded =
+            QByteArray::fromBase64Encoding(std::move(encoded), QByteArray::AbortOnBase64DecodingErrors);
         if (!decoded)
             return {};
-        return decoded->isNull() ? QByteArray("") : *decoded;
+        return decoded.decoded.isNull() ? QByteArray("") : decoded.decoded;
     }
 
     static QVariant date(const QString &text)
@@ -179,7 +180,8 @@ private:
         case Kind::Unsigned:
             return writeElement(depth, "integer", QByteArray::number(value.toULongLong()));
         case Kind::Real:
-            return writeElement(depth, "real", QByteArray::number(value.toDouble(), 'g', QLocale::FloatingPointShortest));
+            return writeElement(depth, "real",
+                                QByteArray::number(value.toDouble(), 'g', QLocale::FloatingPointShortest));
         case Kind::String:
             return writeText(depth, "string", value.toString());
         case Kind::Data:
@@ -237,7 +239,8 @@ private:
     bool writeElement(int depth, QByteArrayView element, const QByteArray &contents)
     {
         indent(depth);
-        _out.append('<').append(element).append('>').append(contents).append("</").append(element).append(">\n");
+        _out.append('<').append(element).append('>').append(contents).append("</").append(element).append(
+            ">\n");
         return true;
     }
 
