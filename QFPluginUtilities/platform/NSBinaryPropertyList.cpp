@@ -359,6 +359,11 @@ std::optional<Ref> addValue(NSBinaryPropertyListWriter &writer, const QVariant &
 
 } // namespace
 
+QVariant propertyListFromBinary(const QByteArray &data)
+{
+    return Reader(data).read();
+}
+
 QByteArray binaryFromPropertyList(const QVariant &value)
 {
     NSBinaryPropertyListWriter writer;
