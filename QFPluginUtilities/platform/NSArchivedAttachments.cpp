@@ -86,9 +86,8 @@ QVariant decodeFileWrapper(NSKeyedUnarchiver &coder)
     wrapper->setPreferredFilename(stringValue(coder.decodeObject(u"preferredFilename")));
     wrapper->setIcon(coder.decode<QByteArray>(u"icon"));
     NSFileWrapper::Attributes attributes;
-    if (coder.containsValueForKey(u"posixPermissions"))
-        attributes.posixPermissions =
-            static_cast<quint32>(coder.decodeInt(u"posixPermissions")) & kPermissionBits;
+    if (const qint64 permissions = coder.decodeInt(u"posixPermissions", -1); permissions >= 0)
+        attributes.posixPermissions = static_cast<quint32>(permissions) & kPermissionBits;
     attributes.modificationDate = coder.decode<QDateTime>(u"modificationDate");
     wrapper->setFileAttributes(attributes);
     return QVariant::fromValue(wrapper);

@@ -23,6 +23,8 @@ namespace {
 /// length.
 constexpr qsizetype kMostAttributeNames = 256;
 constexpr qsizetype kLongestAttributeName = 256;
+/// What comparing two values takes of an archive's share of steps.
+constexpr qsizetype kStepsPerComparison = 4;
 
 // MARK: Styled text
 //
@@ -62,7 +64,7 @@ QVariantMap archivableEntries(const NSAttributeDictionary &attributes)
     for (const auto &[key, value] : attributes.entries()) {
         if (isText(value))
             reportLoss(u"archive"_s, u"A styled text as an attribute of another is left out."_s);
-        else
+        else if (NSKeyedArchiver::canEncode(value))
             map.insert(key.name(), value);
     }
     return map;
@@ -216,7 +218,8 @@ bool decodeRuns(NSMutableAttributedString &text, const std::vector<DictionaryRea
             return false;
         // Neighbours are compared, and compared again by everybody who walks the text.
         const DictionaryReader::Weighed &own = dictionaries[*place];
-        if (!coder.spend(before && before != &own ? 1 + std::min(before->weight, own.weight) : 1))
+        const bool isCompared = before && before != &own;
+        if (!coder.spend(isCompared ? kStepsPerComparison * std::min(before->weight, own.weight) : 1))
             return false;
         before = &own;
         text.setAttributes(own.attributes, {from, static_cast<qsizetype>(*length)});
@@ -275,10 +278,11 @@ QList<T> valuesIn(const QVariantList &list)
     return values;
 }
 
-int decodeCode(NSKeyedUnarchiver &coder, QStringView key, int absent)
+template <typename Code>
+Code decodeCode(NSKeyedUnarchiver &coder, QStringView key, Code absent)
 {
-    const qint64 code = coder.containsValueForKey(key) ? coder.decodeInt(key) : absent;
-    return static_cast<int>(
+    const qint64 code = coder.decodeInt(key, static_cast<int>(absent));
+    return static_cast<Code>(
         std::clamp<qint64>(code, std::numeric_limits<int>::min(), std::numeric_limits<int>::max()));
 }
 
@@ -296,10 +300,8 @@ void encodeParagraphStyle(const QVariant &object, NSKeyedArchiver &coder)
 QVariant decodeParagraphStyle(NSKeyedUnarchiver &coder)
 {
     NSParagraphStyle style;
-    style.alignment =
-        static_cast<NSTextAlignment>(decodeCode(coder, u"NSAlignment", static_cast<int>(style.alignment)));
-    style.baseWritingDirection = static_cast<NSWritingDirection>(
-        decodeCode(coder, u"NSWritingDirection", static_cast<int>(style.baseWritingDirection)));
+    style.alignment = decodeCode(coder, u"NSAlignment", style.alignment);
+    style.baseWritingDirection = decodeCode(coder, u"NSWritingDirection", style.baseWritingDirection);
     style.textLists = valuesIn<NSTextList>(coder.decode<QVariantList>(u"NSTextLists"));
     style.textBlocks = valuesIn<NSTextTableBlockPtr>(coder.decode<QVariantList>(u"NSTextBlocks"));
     return QVariant::fromValue(style);
@@ -329,8 +331,7 @@ QVariant decodeTable(NSKeyedUnarchiver &coder)
 {
     const auto table = std::make_shared<NSTextTable>();
     table->numberOfColumns = static_cast<quint64>(std::max<qint64>(coder.decodeInt(u"NSNumberOfColumns"), 0));
-    table->layoutAlgorithm =
-        static_cast<NSTextTableLayoutAlgorithm>(decodeCode(coder, u"NSLayoutAlgorithm", 0));
+    table->layoutAlgorithm = decodeCode(coder, u"NSLayoutAlgorithm", table->layoutAlgorithm);
     return QVariant::fromValue(table);
 }
 
@@ -390,10 +391,9 @@ QVariant decodeTableBlock(NSKeyedUnarchiver &coder)
     block->table = coder.decode<NSTextTablePtr>(u"NSTable");
     block->startingRow = coder.decodeInt(u"NSStartingRow");
     block->startingColumn = coder.decodeInt(u"NSStartingColumn");
-    block->rowSpan = coder.containsValueForKey(u"NSRowSpan") ? coder.decodeInt(u"NSRowSpan") : 1;
-    block->columnSpan = coder.containsValueForKey(u"NSColumnSpan") ? coder.decodeInt(u"NSColumnSpan") : 1;
-    block->verticalAlignment =
-        static_cast<NSTextBlockVerticalAlignment>(decodeCode(coder, u"NSVerticalAlignment", 0));
+    block->rowSpan = coder.decodeInt(u"NSRowSpan", block->rowSpan);
+    block->columnSpan = coder.decodeInt(u"NSColumnSpan", block->columnSpan);
+    block->verticalAlignment = decodeCode(coder, u"NSVerticalAlignment", block->verticalAlignment);
     block->width = coder.decodeDouble(u"NSWidth");
     block->height = coder.decodeDouble(u"NSHeight");
     block->backgroundColor = decodeOptionalColor(coder, u"NSBackgroundColor");

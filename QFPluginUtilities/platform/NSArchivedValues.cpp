@@ -12,6 +12,7 @@
 #include <array>
 #include <charconv>
 #include <cmath>
+#include <limits>
 #include <utility>
 #include <vector>
 
@@ -75,8 +76,9 @@ void encodeDate(const QVariant &object, NSKeyedArchiver &coder)
 
 QVariant decodeDate(NSKeyedUnarchiver &coder)
 {
-    const QDateTime date = dateFromReferenceDate(coder.decodeDouble(u"NS.time"));
-    return coder.containsValueForKey(u"NS.time") && date.isValid() ? QVariant(date) : QVariant();
+    constexpr double absent = std::numeric_limits<double>::quiet_NaN();
+    const QDateTime date = dateFromReferenceDate(coder.decodeDouble(u"NS.time", absent));
+    return date.isValid() ? QVariant(date) : QVariant();
 }
 
 void encodeURL(const QVariant &object, NSKeyedArchiver &coder)

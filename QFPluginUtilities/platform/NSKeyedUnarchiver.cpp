@@ -243,15 +243,16 @@ bool NSKeyedUnarchiver::decodeBool(QStringView key) const
     return boolValue(d->number(key));
 }
 
-qint64 NSKeyedUnarchiver::decodeInt(QStringView key) const
+qint64 NSKeyedUnarchiver::decodeInt(QStringView key, qint64 absent) const
 {
-    return intValue(d->number(key));
+    const QVariant number = d->number(key);
+    return number.isValid() ? intValue(number) : absent;
 }
 
-double NSKeyedUnarchiver::decodeDouble(QStringView key) const
+double NSKeyedUnarchiver::decodeDouble(QStringView key, double absent) const
 {
-    const double number = doubleValue(d->number(key));
-    return std::isfinite(number) ? number : 0;
+    const QVariant number = d->number(key);
+    return number.isValid() && std::isfinite(doubleValue(number)) ? doubleValue(number) : absent;
 }
 
 QVariantList NSKeyedUnarchiver::decodeObjects(QStringView key)

@@ -24,15 +24,15 @@ public:
     /// The "root" of an archive, or nil.
     [[nodiscard]] static QVariant unarchiveObjectWithData(const QByteArray &archive);
 
-    /// What stands under a key of the object that is being decoded, or of the archive itself. Nil, false or 0
-    /// where there is nothing or a value of another kind; numbers are read as one another. Strings and data
-    /// may stand in the entry itself.
+    /// What stands under a key of the object that is being decoded, or of the archive itself. Nil, false or
+    /// `absent` where there is nothing or a value of another kind; numbers are read as one another. Strings
+    /// and data may stand in the entry itself.
     [[nodiscard]] bool containsValueForKey(QStringView key) const;
     [[nodiscard]] QVariant decodeObject(QStringView key);
     [[nodiscard]] bool decodeBool(QStringView key) const;
-    [[nodiscard]] qint64 decodeInt(QStringView key) const;
-    /// Never NaN or infinite: those read as 0.
-    [[nodiscard]] double decodeDouble(QStringView key) const;
+    [[nodiscard]] qint64 decodeInt(QStringView key, qint64 absent = 0) const;
+    /// Never NaN or infinite: those count as absent.
+    [[nodiscard]] double decodeDouble(QStringView key, double absent = 0) const;
     /// A row of objects that is part of this one; elements that cannot be read are nil.
     [[nodiscard]] QVariantList decodeObjects(QStringView key);
     /// The next object of a sequence without keys.
