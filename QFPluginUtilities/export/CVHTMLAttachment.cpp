@@ -1,5 +1,6 @@
-#include "export/CVHTML.h"
+#include "export/CVHTMLAttachment.h"
 
+#include "export/CVHTML.h"
 #include "export/CVHTMLFileWrapper.h"
 #include "export/CVHTMLMedia.h"
 #include "media/QFTextAttachment.h"
@@ -30,18 +31,6 @@ QString storedFileName(QFTextAttachment &attachment)
     const QString name = lastPathComponent(stored);
     const bool isUsable = !name.isEmpty() && name != u"/" && name != u"." && name != u"..";
     return isUsable ? name : QString();
-}
-
-QString exportedFileName(const NSTextAttachmentPtr &attachment, const QString &prefix, qint64 number)
-{
-    if (const auto media = std::dynamic_pointer_cast<QFTextAttachment>(attachment)) {
-        if (const QString stored = storedFileName(*media); !stored.isNull())
-            return stored;
-    }
-    const NSFileWrapperPtr &file = attachment->fileWrapper();
-    const QString extension = pathExtension(file ? file->preferredFilename() : QString()).toLower();
-    // The dot stays where there is no extension.
-    return formatted(u"%@_%d.%@", {prefix, number, extension});
 }
 
 /// Alternative text and the size that the attributes set, each of which wins over the picture's own.
@@ -93,6 +82,18 @@ QString attachmentTitle(const NSFileWrapper &file)
 }
 
 } // namespace
+
+QString exportedFileName(const NSTextAttachmentPtr &attachment, const QString &prefix, qint64 number)
+{
+    if (const auto media = std::dynamic_pointer_cast<QFTextAttachment>(attachment)) {
+        if (const QString stored = storedFileName(*media); !stored.isNull())
+            return stored;
+    }
+    const NSFileWrapperPtr &file = attachment->fileWrapper();
+    const QString extension = pathExtension(file ? file->preferredFilename() : QString()).toLower();
+    // The dot stays where there is no extension.
+    return formatted(u"%@_%d.%@", {prefix, number, extension});
+}
 
 void CVHTML::processAttachment(const NSTextAttachmentPtr &attachment, const QString &prefix,
                                qint64 &attachmentNumber, const QString &toPath, const QString &imagesFolder,

@@ -1,5 +1,6 @@
 #include "export/CVHTMLWalk.h"
 
+#include "export/CVHTMLAttachment.h"
 #include "export/CVHTMLTableMarkup.h"
 #include "export/NSAttributedString+ParagraphStyle.h"
 #include "export/QFMarkupDirective.h"
@@ -266,8 +267,13 @@ void CVHTMLWalk::appendAttachment(const NSTextAttachmentPtr &attachment, NSRange
     const QFReport::Place place(_job._pageID, range);
     _scratch.resize(0);
     const CVHTMLRequest &request = _job._request;
+    const QString name = exportedFileName(attachment, request.imagePrefix, _attachmentNumber);
+    if (_job._writtenFiles.contains(name))
+        reportLoss(u"file-written-twice"_s, u"A file of the same export is overwritten: "_s + name, name);
     _job._owner.processAttachment(attachment, request.imagePrefix, _attachmentNumber, request.toPath,
                                   request.imagesFolder, _job._imageFormat, _job._imageQuality, _scratch);
+    if (!_scratch.isEmpty())
+        _job._writtenFiles.insert(name);
     _output.appendMarkup(_scratch);
 }
 

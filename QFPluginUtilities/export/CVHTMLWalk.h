@@ -8,6 +8,7 @@
 #include "text/QFHTMLTextWriter.h"
 
 #include <QPointer>
+#include <QSet>
 
 /// What one export was asked for; the same for the list items inside it.
 struct CVHTMLRequest
@@ -45,6 +46,7 @@ private:
     CVHTMLRequest _request;
     CVHTMLRunStyleCache _styles;
     NSStringOperations::AmendedDictionaries _amended;
+    QSet<QString> _writtenFiles;
     QString _pageID;
     qint32 _imageFormat = CVHTMLMedia::kNoFormat;
     qint32 _imageQuality = CVHTMLMedia::kHighQuality;

@@ -1,5 +1,5 @@
 #include "platform/NSKeyedArchiver.h"
-#include "platform/ArchiveTestData.h"
+#include "tests/platform/ArchiveTestData.h"
 #include "platform/NSArchivableClasses.h"
 #include "platform/NSAttributedString.h"
 #include "platform/NSColor.h"
