@@ -28,6 +28,12 @@ public:
     void setCachedImage(const QByteArray &bytes) { _cachedImage = bytes; }
     void clearCachedImage() { _cachedImage.clear(); }
 
+    /// Writes the base class's entries, then in sequence the media attributes, the cached image and the file
+    /// wrapper: class version 2.
+    void encodeWithCoder(NSKeyedArchiver &coder) const override;
+    /// Archives of version 0 end with the media attributes, those of version 1 with the cached image.
+    void decodeWithCoder(NSKeyedUnarchiver &coder) override;
+
 private:
     QVariantMap _mediaAttributes;
     bool _hasMediaAttributes = false;

@@ -29,6 +29,9 @@ public:
 
     [[nodiscard]] static NSFileWrapperPtr regularFileWithContents(const QByteArray &contents);
     [[nodiscard]] static NSFileWrapperPtr symbolicLinkWithDestination(const QString &destination);
+    /// Null children are left out; each is known by the name it stands under.
+    [[nodiscard]] static NSFileWrapperPtr
+    directoryWithNamedFileWrappers(const QMap<QString, NSFileWrapperPtr> &children);
     /// Null children are left out; a child is known by its preferred file name, made unique among its
     /// siblings.
     [[nodiscard]] static NSFileWrapperPtr directoryWithFileWrappers(const QList<NSFileWrapperPtr> &children);
@@ -36,9 +39,9 @@ public:
     /// Reads what lies at `path`: a regular file whole, a link as a link, a folder with all that is in it.
     /// File name and preferred file name are the path's last component. nullptr for what is missing, cannot
     /// be read or is neither (devices, sockets), for folders nested deeper than 64 levels, and for files
-    /// larger than `maximumBytes` in sum.
-    [[nodiscard]] static NSFileWrapperPtr wrapperWithPath(const QString &path, qint64 maximumBytes = qint64(1)
-                                                                                                     << 31);
+    /// larger than `maximumBytes` in sum, of which each file in a folder takes 256 beside its own size.
+    [[nodiscard]] static NSFileWrapperPtr
+    wrapperWithPath(const QString &path, qint64 maximumBytes = qint64(2) * 1024 * 1024 * 1024);
 
     [[nodiscard]] Kind kind() const { return _kind; }
     [[nodiscard]] bool isRegularFile() const { return _kind == Kind::RegularFile; }
@@ -66,7 +69,10 @@ public:
 
     /// Writes the wrapper to `path`, which must not exist. `atomically`: through a temporary neighbour that
     /// is renamed when whole; otherwise straight, so that a failure can leave a part behind. Names of a
-    /// folder's children are reduced to their last component. False when anything could not be written.
+    /// folder's children are reduced to their last component, and where nothing sensible is left, nothing is
+    /// written. Links are written as links and never followed. Permissions (without set-id bits) and date are
+    /// set where the file system takes them. False when anything could not be written, for folders nested
+    /// deeper than 64 levels too.
     [[nodiscard]] bool writeToPath(const QString &path, bool atomically) const;
 
 private:

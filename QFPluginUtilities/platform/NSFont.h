@@ -17,7 +17,7 @@ struct NSFont
     float pointSize = 0; ///< points
     quint32 traits = 0;  ///< NSFontTraitMask bits
 
-    friend bool operator==(const NSFont &a, const NSFont &b);
+    QF_EXPORT friend bool operator==(const NSFont &a, const NSFont &b);
 
     [[nodiscard]] bool isBold() const { return (traits & NSBoldFontMask) != 0; }
     [[nodiscard]] bool isItalic() const { return (traits & NSItalicFontMask) != 0; }

@@ -6,6 +6,9 @@
 
 #include <memory>
 
+class NSKeyedArchiver;
+class NSKeyedUnarchiver;
+
 /// A file embedded in styled text, carried by one U+FFFC under the attachment attribute. Edited in place,
 /// equal by identity, and always stored as a `NSTextAttachmentPtr`, whatever its class.
 class QF_EXPORT NSTextAttachment
@@ -22,6 +25,10 @@ public:
 
     [[nodiscard]] const NSFileWrapperPtr &fileWrapper() const { return _fileWrapper; }
     virtual void setFileWrapper(const NSFileWrapperPtr &fileWrapper) { _fileWrapper = fileWrapper; }
+
+    virtual void encodeWithCoder(NSKeyedArchiver &coder) const;
+    /// Fills a fresh attachment from an archive; what is missing there stays as it is.
+    virtual void decodeWithCoder(NSKeyedUnarchiver &coder);
 
 private:
     NSFileWrapperPtr _fileWrapper;

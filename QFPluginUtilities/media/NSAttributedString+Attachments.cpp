@@ -1,0 +1,27 @@
+#include "media/NSAttributedString+Attachments.h"
+
+#include <typeinfo>
+
+QList<QFTextAttachmentPtr> Attachments::attachmentsForRange(const NSAttributedString &text, NSRange range)
+{
+    range = range.clippedTo(text.length());
+    QList<QFTextAttachmentPtr> found;
+    NSRange step;
+    for (qsizetype at = range.location; at < range.end(); at = step.end()) {
+        const QVariant value = text.attribute(NSAttachmentAttributeName, at, &step, range);
+        if (step.isEmpty())
+            break;
+        if (value.metaType() != QMetaType::fromType<NSTextAttachmentPtr>())
+            continue;
+        const auto attachment = value.value<NSTextAttachmentPtr>();
+        if (attachment &&
+            typeid(*attachment) == typeid(QFTextAttachment)) // NOLINT(bugprone-*): no side effects
+            found.append(std::static_pointer_cast<QFTextAttachment>(attachment));
+    }
+    return found;
+}
+
+QList<QFTextAttachmentPtr> Attachments::attachments(const NSAttributedString &text)
+{
+    return attachmentsForRange(text, {0, text.length()});
+}
