@@ -1,10 +1,10 @@
 #include "media/QFTextAttachment.h"
 #include "media/NSAttributedString+Attachments.h"
-#include "platform/ArchiveTestData.h"
 #include "platform/NSColor.h"
 #include "platform/NSKeyedArchiver.h"
 #include "platform/NSKeyedUnarchiver.h"
 #include "platform/Values.h"
+#include "tests/platform/ArchiveTestData.h"
 
 #include <QTest>
 

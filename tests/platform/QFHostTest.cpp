@@ -1,6 +1,6 @@
 #include "platform/QFHost.h"
 
-#include "host/SmallHost.h"
+#include "tests/host/SmallHost.h"
 
 #include <QTest>
 #include <QUrl>

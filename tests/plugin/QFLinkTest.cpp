@@ -1,7 +1,7 @@
 #include "plugin/QFLink.h"
-#include "platform/ArchiveTestData.h"
 #include "platform/NSKeyedArchiver.h"
 #include "platform/NSKeyedUnarchiver.h"
+#include "tests/platform/ArchiveTestData.h"
 
 #include <QTest>
 

@@ -1,6 +1,6 @@
 #include "text/QFStrings.h"
 
-#include "text/TextTestData.h"
+#include "tests/text/TextTestData.h"
 
 #include <QTest>
 

@@ -1,7 +1,7 @@
 #include "text/QFHTMLTextWriter.h"
 #include "text/QFStrings.h"
 
-#include "text/TextTestData.h"
+#include "tests/text/TextTestData.h"
 
 #include <QTest>
 

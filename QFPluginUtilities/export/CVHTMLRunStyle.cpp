@@ -1,0 +1,137 @@
+#include "export/CVHTMLRunStyle.h"
+
+#include "export/QFColours.h"
+#include "platform/NSColor.h"
+#include "platform/NSFont.h"
+#include "platform/Values.h"
+
+#include <QStringBuilder>
+
+#include <algorithm>
+#include <cmath>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+/// A point size as "%d" prints it, within what a page can mean.
+QString pixels(float pointSize)
+{
+    constexpr float limit = 32767;
+    return QString::number(std::isnan(pointSize) ? 0
+                                                 : static_cast<int>(std::clamp(pointSize, -limit, limit)));
+}
+
+/// Whether a font's name can stand in a style attribute as it is: names come from documents, unescaped.
+bool isSafeInStyle(const QString &fontName)
+{
+    return std::ranges::none_of(fontName, [](QChar unit) {
+        return unit == u'"' || unit == u'<' || unit == u'>' || unit.category() == QChar::Other_Control;
+    });
+}
+
+/// The style of a font of another family than the default's. Unknown fonts under their own name lose their
+/// weight: that is meant, and since a span is open no `strong` makes up for it.
+QString otherFamilyStyle(const NSFont &font, const QString &weight, bool allowWebUnsafeFonts)
+{
+    QFWebSafeFonts fonts;
+    fonts.setNilOnWebUnsafeFont(allowWebUnsafeFonts && isSafeInStyle(font.fontName));
+    const QString stack = fonts.styleStringForFont(font);
+    if (stack.isNull())
+        return u"font-size:" % pixels(font.pointSize) % u"px; font-family:" % font.fontName % u"; ";
+    return u"font:" % pixels(font.pointSize) % u"px " % stack % u"; " % weight;
+}
+
+QString fontStyle(const NSFont &font, const QString &weight, const CVHTMLStyleDefaults &defaults)
+{
+    if (!sameString(font.familyName, defaults.familyName))
+        return otherFamilyStyle(font, weight, defaults.allowWebUnsafeFonts);
+    if (font.pointSize == defaults.pointSize)
+        return {};
+    return u"font-size:" % pixels(font.pointSize) % u"px; " % weight;
+}
+
+QString colourStyle(const NSAttributeDictionary &attributes, const QString &weight)
+{
+    const auto *given = attributes.find<NSColor>(NSForegroundColorAttributeName);
+    const std::optional<NSColor> color =
+        given ? given->colorUsingColorSpaceName(NSCalibratedRGBColorSpace) : std::nullopt;
+    if (!color)
+        return {};
+    return u"color:" % QFColourUtilities::webColourString(*color) % u"; " % weight;
+}
+
+} // namespace
+
+CVHTMLCharacterStyle characterStyle(const NSAttributeDictionary &attributes,
+                                    const CVHTMLStyleDefaults &defaults)
+{
+    const auto *font = attributes.find<NSFont>(NSFontAttributeName);
+    const bool isBold = font && font->isBold();
+    const bool isItalic = font && font->isItalic();
+    // Any value underlines, zero too; but only a run with a font is asked.
+    const bool isUnderlined = font && attributes.contains(NSUnderlineStyleAttributeName);
+
+    // The weight stands behind the font and again behind the colour: twice, when there are both.
+    const QString weight = isBold ? u"font-weight:bold; "_s : QString();
+    const QString style =
+        (font ? fontStyle(*font, weight, defaults) : QString()) + colourStyle(attributes, weight);
+
+    CVHTMLCharacterStyle result;
+    const auto wrap = [&result](QStringView opening, QStringView closing) {
+        result.opening += opening;
+        result.closing.prepend(closing);
+    };
+    if (!style.isEmpty())
+        wrap(QString(u"<span style=\"" % style % u"\">"), u"</span>");
+    else if (isBold)
+        wrap(u"<strong>", u"</strong>");
+    if (isItalic)
+        wrap(u"<em>", u"</em>");
+    if (isUnderlined)
+        wrap(u"<u>", u"</u>");
+    return result;
+}
+
+std::optional<NSTextAlignment> resolvedAlignment(const NSParagraphStyle &style)
+{
+    if (style.alignment != NSTextAlignment::Natural)
+        return style.alignment;
+    switch (style.baseWritingDirection) {
+    case NSWritingDirection::LeftToRight:
+        return NSTextAlignment::Left;
+    case NSWritingDirection::RightToLeft:
+        return NSTextAlignment::Right;
+    default:
+        return std::nullopt;
+    }
+}
+
+CVHTMLRunStyle::CVHTMLRunStyle(const NSAttributeDictionary &given, const CVHTMLStyleDefaults &defaults)
+    : attributes(given), character(characterStyle(given, defaults)),
+      directive(attributes.find<QVariantMap>(kQFTextViewMarkupDirectivesAttributeName)),
+      paragraphStyle(attributes.find<NSParagraphStyle>(NSParagraphStyleAttributeName)),
+      link(attributes.find(NSLinkAttributeName)),
+      attachment(attributes.find<NSTextAttachmentPtr>(NSAttachmentAttributeName))
+{
+    const QVariant *raw = attributes.find(kQFTextViewIgnoreFormattingAttributeName);
+    isRaw = raw && boolValue(*raw);
+    if (!paragraphStyle)
+        return;
+    alignment = resolvedAlignment(*paragraphStyle);
+    if (!paragraphStyle->textBlocks.isEmpty()) {
+        NSTextTableBlock *first = paragraphStyle->textBlocks.constFirst().get();
+        cell = first && first->table ? first : nullptr;
+    }
+}
+
+CVHTMLRunStyleCache::CVHTMLRunStyleCache(CVHTMLStyleDefaults defaults)
+    : _defaults(std::move(defaults)), _slots(size_t(1) << slotBits)
+{
+}
+
+void CVHTMLRunStyleCache::fill(Slot &slot, const NSAttributeDictionary &attributes)
+{
+    slot.style = CVHTMLRunStyle(attributes, _defaults);
+    slot.isUsed = true;
+}

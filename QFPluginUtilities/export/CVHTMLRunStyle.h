@@ -1,0 +1,89 @@
+#pragma once
+
+#include "export/QFWebSafeFonts.h"
+#include "platform/NSAttributeDictionary.h"
+#include "platform/NSParagraphStyle.h"
+#include "platform/NSTextAttachment.h"
+
+#include <QString>
+#include <QVariantMap>
+
+#include <optional>
+#include <vector>
+
+/// What runs are compared against, and how unknown fonts are written; one for a whole export.
+struct CVHTMLStyleDefaults
+{
+    QString familyName;
+    float pointSize = 0;
+    bool allowWebUnsafeFonts = false;
+};
+
+/// The elements around a run that express its font, colour and underline.
+struct CVHTMLCharacterStyle
+{
+    QString opening; ///< `span` with its style, then `strong`, `em`, `u` as they apply
+    QString closing; ///< the same in reverse
+};
+
+[[nodiscard]] CVHTMLCharacterStyle characterStyle(const NSAttributeDictionary &attributes,
+                                                  const CVHTMLStyleDefaults &defaults);
+
+/// The alignment that a paragraph asks for: natural is left or right by writing direction; nothing when the
+/// direction is natural too, which leaves an open paragraph alone.
+[[nodiscard]] std::optional<NSTextAlignment> resolvedAlignment(const NSParagraphStyle &style);
+
+/// All that an export needs to know of an attribute dictionary. Pointers point into `attributes`; a value of
+/// a wrong type counts as absent.
+struct CVHTMLRunStyle
+{
+    CVHTMLRunStyle() = default;
+    CVHTMLRunStyle(const NSAttributeDictionary &attributes, const CVHTMLStyleDefaults &defaults);
+
+    NSAttributeDictionary attributes;
+    CVHTMLCharacterStyle character;
+    const QVariantMap *directive = nullptr;
+    bool isRaw = false;
+    const NSParagraphStyle *paragraphStyle = nullptr;
+    NSTextTableBlock *cell = nullptr; ///< the first text block, if it belongs to a table
+    std::optional<NSTextAlignment> alignment;
+    const QVariant *link = nullptr; ///< of whatever type: the end tag follows in any case
+    const NSTextAttachmentPtr *attachment = nullptr;
+
+    [[nodiscard]] bool isInList() const { return paragraphStyle && !paragraphStyle->textLists.isEmpty(); }
+};
+
+/// Run styles by the address of their dictionary, so that texts whose runs share dictionaries have them
+/// worked out once. Holds a fixed number and forgets the rest.
+class CVHTMLRunStyleCache
+{
+public:
+    explicit CVHTMLRunStyleCache(CVHTMLStyleDefaults defaults);
+
+    /// Valid until the next call.
+    [[nodiscard]] const CVHTMLRunStyle &styleFor(const NSAttributeDictionary &attributes)
+    {
+        Slot &slot = _slots[slotOf(attributes.address())];
+        if (!slot.isUsed || slot.style.attributes.address() != attributes.address()) [[unlikely]]
+            fill(slot, attributes);
+        return slot.style;
+    }
+
+private:
+    struct Slot
+    {
+        bool isUsed = false;
+        CVHTMLRunStyle style;
+    };
+    static constexpr unsigned slotBits = 10;
+
+    [[nodiscard]] static size_t slotOf(const void *address)
+    {
+        // Fibonacci hashing: the upper bits of a product with 2^64 divided by the golden ratio.
+        return (reinterpret_cast<quintptr>(address) * Q_UINT64_C(0x9E3779B97F4A7C15)) >> (64 - slotBits);
+    }
+    void fill(Slot &slot, const NSAttributeDictionary &attributes);
+
+    CVHTMLStyleDefaults _defaults;
+    std::vector<Slot> _slots;
+};
