@@ -68,7 +68,7 @@ public:
 private:
     static constexpr size_t index(NSTextBlockLayer layer)
     {
-        return static_cast<size_t>(static_cast<int>(layer) + 1);
+        return static_cast<size_t>(static_cast<int>(layer)) + 1; // from -1 on
     }
 
     std::array<std::array<double, 4>, 3> _widths{};
