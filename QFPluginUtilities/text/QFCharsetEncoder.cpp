@@ -1,5 +1,7 @@
 #include "text/QFCharsetEncoder.h"
 
+#include "text/GrowthEstimate.h"
+
 #include <algorithm>
 #include <array>
 #include <cstring>
@@ -202,9 +204,11 @@ template <class Set>
 QByteArray encode(const Set &set, QStringView text)
 {
     constexpr qsizetype chunk = 4096;
+    static_assert(estimateAfter % chunk == 0);
     QByteArray bytes("");
-    bytes.reserve(text.size() + text.size() / 8 + std::min(chunk, text.size()) * longestReference);
     for (qsizetype from = 0; from < text.size(); from += chunk) {
+        if (from == estimateAfter)
+            reserveLikeBeginning(bytes, from, text.size(), chunk * longestReference);
         const qsizetype length = std::min(chunk, text.size() - from);
         const qsizetype size = bytes.size();
         bytes.resize(size + length * longestReference);

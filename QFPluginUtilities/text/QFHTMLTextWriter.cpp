@@ -1,5 +1,6 @@
 #include "text/QFHTMLTextWriter.h"
 
+#include "platform/LargeMemory.h"
 #include "text/QFCharacterConverter.h"
 #include "text/QFUnitEncoder.h"
 
@@ -24,8 +25,7 @@ QFHTMLTextWriter::QFHTMLTextWriter(qsizetype capacity)
     : _textEncoder(QFCharacterConverter::lineBreakingEncoder()), _markupEncoder(lineBreaksOnly()),
       _slack(std::max(_textEncoder.slack(), _markupEncoder.slack()))
 {
-    _buffer.reserve(std::max<qsizetype>(capacity, 0) + _slack);
-    grow(0);
+    grow(std::max<qsizetype>(capacity, 0));
 }
 
 void QFHTMLTextWriter::appendText(QStringView text)
@@ -57,7 +57,17 @@ void QFHTMLTextWriter::append(const QFUnitEncoder &encoder, QStringView text)
 void QFHTMLTextWriter::grow(qsizetype units)
 {
     const qsizetype used = _at ? size() : 0;
-    _buffer.resize(std::max(used + units, used + used / 2) + _slack);
+    // A fresh buffer rather than one that the system makes longer: what is copied then comes in large pages
+    // too.
+    const qsizetype wanted = std::max(used + units, used + used / 2) + _slack;
+    if (wanted > _buffer.capacity()) {
+        QString larger;
+        larger.reserve(wanted);
+        adviseLargePages(larger.data(), static_cast<size_t>(wanted) * sizeof(QChar));
+        larger.append(QStringView(_buffer).first(used));
+        _buffer = std::move(larger);
+    }
+    _buffer.resize(_buffer.capacity());
     auto *const start = reinterpret_cast<char16_t *>(_buffer.data());
     _at = start + used;
     _limit = start + _buffer.size() - _slack;

@@ -1,5 +1,7 @@
 #include "text/QFUnitEncoder.h"
 
+#include "text/GrowthEstimate.h"
+
 #include <algorithm>
 #include <bit>
 #include <cstring>
@@ -128,6 +130,7 @@ void QFUnitEncoder::storeText(quint16 entry, QStringView text)
     else
         _longTexts[entry] = text.toString();
     _slack = std::max(_slack, blockLength * text.size() + 3 * blockLength);
+    _slackOfStretch = std::max(_slackOfStretch, stretchLength * (text.size() + 1));
 }
 
 qsizetype QFUnitEncoder::firstReplaced(QStringView text) const
@@ -145,72 +148,132 @@ qsizetype QFUnitEncoder::firstReplaced(QStringView text) const
     return -1;
 }
 
-char16_t *QFUnitEncoder::write(quint16 entry, const Source &source, const char16_t *unit, char16_t *at) const
+// The tables as plain pointers on the stack: through `this` they would be read anew after each store, since
+// what is copied as bytes may lie anywhere.
+class QFUnitEncoder::Kernel
 {
-    // The line feed of a CR LF pair: the carriage return has made the break.
-    if (entry == LineFeed && unit > source.start && unit[-1] == u'\r' && breaksAt(u'\r'))
+public:
+    Kernel(const QFUnitEncoder &encoder, const char16_t *start)
+        : _index(encoder._index.data()), _last(encoder._index.size() - 1), _entries(encoder._entries.data()),
+          _longTexts(encoder._longTexts.data()), _start(start), _joinsBreaks(encoder.breaksAt(u'\r'))
+    {
+    }
+
+    [[nodiscard]] char16_t *encodeUnits(const char16_t *from, const char16_t *end, char16_t *at) const
+    {
+        for (; from < end; ++from) {
+            const quint16 entry = entryFor(*from);
+            if (entry == None)
+                *at++ = *from;
+            else
+                at = write(entry, from, at);
+        }
         return at;
-    const Entry &replacement = _entries[entry];
-    if (replacement.length > shortLength) {
-        const QString &text = _longTexts[entry];
-        std::memcpy(at, text.utf16(), static_cast<size_t>(text.size()) * sizeof(char16_t));
-        return at + text.size();
     }
-    std::memcpy(at, &replacement, sizeof replacement); // two vector stores; what is too much is overwritten
-    return at + replacement.length;
-}
 
-void QFUnitEncoder::encodeUnits(Source &source, const char16_t *end, char16_t *&at) const
-{
-    for (; source.from < end; ++source.from) {
-        const quint16 entry = entryFor(*source.from);
-        if (entry == None)
-            *at++ = *source.from;
-        else
-            at = write(entry, source, source.from, at);
+    // One block that has already been copied to `at`: where a suspect has a replacement, that is written over
+    // its copy and the rest of the block is copied again behind it. Reads up to a block beyond the block.
+    [[nodiscard]] char16_t *encodeBlock(const char16_t *from, unsigned mask, char16_t *at) const
+    {
+        qsizetype done = 0;
+        for (; mask != 0; mask &= mask - 1) {
+            const qsizetype n = std::countr_zero(mask);
+            const quint16 entry = entryFor(from[n]);
+            if (entry == None)
+                continue;
+            at = write(entry, from + n, at + (n - done));
+            done = n + 1;
+            Block(from + done).store(at);
+        }
+        return at + (blockLength - done);
     }
-}
 
-// One block that has already been copied to `at`: where a suspect has a replacement, that is written over its
-// copy and the rest of the block is copied again behind it. Reads up to a block beyond the block.
-void QFUnitEncoder::encodeBlock(Source &source, unsigned mask, char16_t *&at) const
-{
-    qsizetype done = 0;
-    for (; mask != 0; mask &= mask - 1) {
-        const qsizetype n = std::countr_zero(mask);
-        const quint16 entry = entryFor(source.from[n]);
-        if (entry == None)
-            continue;
-        at = write(entry, source, source.from + n, at + (n - done));
-        done = n + 1;
-        Block(source.from + done).store(at);
+    // The same for a long stretch, of which nothing has been copied yet: what lies between two replacements
+    // is copied with more behind it than counts, so that little depends on its length. Reads up to a stretch
+    // beyond.
+    [[nodiscard]] char16_t *encodeStretch(const char16_t *from, quint64 mask, char16_t *at) const
+    {
+        qsizetype done = 0;
+        for (; mask != 0; mask &= mask - 1) {
+            const qsizetype n = std::countr_zero(mask);
+            const quint16 entry = entryFor(from[n]);
+            if (entry == None)
+                continue;
+            copyBlocks<2>(from + done, at);
+            for (qsizetype copied = 2 * blockLength; copied < n - done; copied += blockLength)
+                [[unlikely]] copyBlocks<1>(from + done + copied, at + copied);
+            at = write(entry, from + n, at + (n - done));
+            done = n + 1;
+        }
+        copyBlocks<blocksInStretch>(from + done, at);
+        return at + (stretchLength - done);
     }
-    at += blockLength - done;
-    source.from += blockLength;
-}
 
-bool QFUnitEncoder::encode(Source &source, char16_t *&at, const char16_t *limit) const
+private:
+    template <int Blocks>
+    static void copyBlocks(const char16_t *from, char16_t *at)
+    {
+        for (int i = 0; i < Blocks; ++i)
+            Block(from + i * blockLength).store(at + i * blockLength);
+    }
+
+    [[nodiscard]] quint16 entryFor(char16_t unit) const { return _index[std::min<size_t>(unit, _last)]; }
+
+    [[nodiscard]] char16_t *write(quint16 entry, const char16_t *unit, char16_t *at) const
+    {
+        // The line feed of a CR LF pair: the carriage return has made the break.
+        if (entry == LineFeed && _joinsBreaks && unit > _start && unit[-1] == u'\r')
+            return at;
+        const Entry &replacement = _entries[entry];
+        if (replacement.length > shortLength) [[unlikely]] {
+            const QString &text = _longTexts[entry];
+            std::memcpy(at, text.utf16(), static_cast<size_t>(text.size()) * sizeof(char16_t));
+            return at + text.size();
+        }
+        std::memcpy(at, &replacement,
+                    sizeof replacement); // two vector stores; what is too much is overwritten
+        return at + replacement.length;
+    }
+
+    const quint16 *_index;
+    size_t _last;
+    const Entry *_entries;
+    const QString *_longTexts;
+    const char16_t *_start;
+    bool _joinsBreaks;
+};
+
+bool QFUnitEncoder::encode(Source &source, char16_t *&output, const char16_t *limit) const
 {
     const Block::Suspects suspects(_lowest, _breaksLines);
-    while (source.end - source.from >= blockLength) {
-        if (at > limit)
-            return false;
-        const Block block(source.from);
+    const Kernel kernel(*this, source.start);
+    const char16_t *from = source.from;
+    char16_t *at = output;
+    for (; source.end - from >= 2 * stretchLength && limit - at >= _slackOfStretch; from += stretchLength) {
+        quint64 mask = 0;
+        for (int i = 0; i < blocksInStretch; ++i)
+            mask |= quint64(suspects.in(Block(from + i * blockLength))) << (i * blockLength);
+        at = kernel.encodeStretch(from, mask, at);
+    }
+    for (; source.end - from >= blockLength && at <= limit; from += blockLength) {
+        const Block block(from);
         block.store(at);
         const unsigned mask = suspects.in(block);
-        if (mask == 0) {
-            source.from += blockLength;
+        if (mask == 0)
             at += blockLength;
-        } else if (source.end - source.from >= 2 * blockLength) {
-            encodeBlock(source, mask, at);
-        } else {
-            encodeUnits(source, source.from + blockLength, at);
-        }
+        else if (source.end - from >= 2 * blockLength)
+            at = kernel.encodeBlock(from, mask, at);
+        else
+            at = kernel.encodeUnits(from, from + blockLength, at);
     }
-    if (at > limit)
-        return false;
-    encodeUnits(source, source.end, at);
-    return true;
+    const bool done = at <= limit;
+    if (done) {
+        at = kernel.encodeUnits(from, source.end, at);
+        from = source.end;
+    }
+    source.from = from;
+    output = at;
+    return done;
 }
 
 void QFUnitEncoder::append(QString &output, QStringView text) const
@@ -233,9 +296,15 @@ QString QFUnitEncoder::encoded(const QString &text) const
     const qsizetype clean = firstReplaced(text);
     if (clean < 0)
         return text;
+    const QStringView all(text);
+    const qsizetype beginning = std::min(text.size(), clean + estimateAfter);
     QString result;
-    result.reserve(text.size() + text.size() / 8 + _slack);
-    result.append(QStringView(text).first(clean));
-    append(result, QStringView(text).sliced(clean));
+    result.reserve(beginning + _slack);
+    result.append(all.first(clean));
+    append(result, all.sliced(clean, beginning - clean));
+    if (beginning < text.size()) {
+        reserveLikeBeginning(result, beginning, text.size(), _slack);
+        append(result, all.sliced(beginning));
+    }
     return result;
 }

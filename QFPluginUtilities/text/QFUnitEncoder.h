@@ -33,9 +33,9 @@ public:
         const char16_t *end;
     };
 
-    /// Writes at `at`, and moves it, until the source is used up (true) or `at` is beyond `limit` (false).
+    /// Writes at `output`, and moves it, until the source is used up (true) or it is beyond `limit` (false).
     /// Up to `slack()` units behind `limit` are written to, some of them with what does not count.
-    [[nodiscard]] bool encode(Source &source, char16_t *&at, const char16_t *limit) const;
+    [[nodiscard]] bool encode(Source &source, char16_t *&output, const char16_t *limit) const;
     [[nodiscard]] qsizetype slack() const { return _slack; }
 
     /// All of `text`; the text itself when nothing is replaced.
@@ -45,6 +45,8 @@ public:
 
 private:
     static constexpr qsizetype blockLength = 8;
+    static constexpr int blocksInStretch = 8;
+    static constexpr qsizetype stretchLength = blocksInStretch * blockLength;
     static constexpr qsizetype shortLength = 15;
 
     /// One replacement, of a size that is copied by two vector stores. A long one lies in `_longTexts`.
@@ -61,10 +63,7 @@ private:
     }
     void setEntry(char16_t unit, quint16 entry);
     void storeText(quint16 entry, QStringView text);
-    [[nodiscard]] char16_t *write(quint16 entry, const Source &source, const char16_t *unit,
-                                  char16_t *at) const;
-    void encodeUnits(Source &source, const char16_t *end, char16_t *&at) const;
-    void encodeBlock(Source &source, unsigned mask, char16_t *&at) const;
+    class Kernel;
 
     std::vector<quint16> _index =
         std::vector<quint16>(1); ///< entry of each unit; the last stands for all above
@@ -72,5 +71,6 @@ private:
     std::vector<QString> _longTexts = std::vector<QString>(3);
     char16_t _lowest = u'\uFFFF'; ///< every unit with a replacement, line breaks aside, is at least this
     bool _breaksLines = false;
+    qsizetype _slackOfStretch = stretchLength; ///< room beyond which a stretch cannot write
     qsizetype _slack = blockLength * (shortLength + 1) + 2 * blockLength;
 };

@@ -1,5 +1,4 @@
 #include "platform/NSKeyedArchiver.h"
-#include "tests/platform/ArchiveTestData.h"
 #include "platform/NSArchivableClasses.h"
 #include "platform/NSAttributedString.h"
 #include "platform/NSColor.h"
@@ -9,6 +8,7 @@
 #include "platform/NSTextAttachment.h"
 #include "platform/QFReport.h"
 #include "platform/Values.h"
+#include "tests/platform/ArchiveTestData.h"
 
 #include <QChar>
 #include <QDateTime>
