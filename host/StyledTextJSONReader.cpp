@@ -288,7 +288,8 @@ QVariant Reader::paragraphStyleValue(const QJsonValue &json, const QString &wher
         return value >= INT32_MIN && value <= INT32_MAX ? static_cast<int>(value) : otherwise;
     };
     style.alignment = static_cast<NSTextAlignment>(small(object["alignment"_L1], 4));
-    style.baseWritingDirection = static_cast<NSWritingDirection>(small(object["baseWritingDirection"_L1], -1));
+    style.baseWritingDirection =
+        static_cast<NSWritingDirection>(small(object["baseWritingDirection"_L1], -1));
     const QJsonArray lists = object["textLists"_L1].toArray();
     for (const QJsonValue &marker : lists) {
         if (marker.isString())
