@@ -33,8 +33,8 @@ float roundedSize(float size)
 std::optional<double> leadingNumber(QStringView value, QStringView &unit)
 {
     qsizetype end = 0;
-    while (end < value.size() && (value[end].isDigit() || value[end] == u'.' || (end == 0 && value[end] == u'-') ||
-                                  (end == 0 && value[end] == u'+')))
+    while (end < value.size() && (value[end].isDigit() || value[end] == u'.' ||
+                                  (end == 0 && value[end] == u'-') || (end == 0 && value[end] == u'+')))
         ++end;
     bool ok = false;
     const double number = value.left(end).toDouble(&ok);
@@ -48,7 +48,9 @@ std::optional<NSColor> hexColor(QStringView digits)
     const uint number = digits.toUInt(&ok, 16);
     if (!ok)
         return {};
-    const auto channel = [number](int shift) { return static_cast<float>((number >> shift) & 0xFF) / 255.0F; };
+    const auto channel = [number](int shift) {
+        return static_cast<float>((number >> shift) & 0xFF) / 255.0F;
+    };
     const auto nibble = [number](int shift) { return static_cast<float>((number >> shift) & 0xF) / 15.0F; };
     switch (digits.size()) {
     case 3:
@@ -105,12 +107,14 @@ std::optional<NSColor> color(QStringView value)
     const qsizetype open = value.indexOf(u'(');
     if (open > 0 && value.startsWith(u"rgb", Qt::CaseInsensitive) && value.endsWith(u')'))
         return functionColor(value.mid(open + 1, value.size() - open - 2));
-    if (value.isEmpty() || !value.front().isLetter() || value.compare(u"transparent"_s, Qt::CaseInsensitive) == 0)
+    if (value.isEmpty() || !value.front().isLetter() ||
+        value.compare(u"transparent"_s, Qt::CaseInsensitive) == 0)
         return {};
     const QColor named = QColor::fromString(value);
     if (!named.isValid())
         return {};
-    return NSColor::calibratedRGB(static_cast<float>(named.red()) / 255.0F, static_cast<float>(named.green()) / 255.0F,
+    return NSColor::calibratedRGB(static_cast<float>(named.red()) / 255.0F,
+                                  static_cast<float>(named.green()) / 255.0F,
                                   static_cast<float>(named.blue()) / 255.0F);
 }
 

@@ -12,14 +12,15 @@
 namespace CSSValues {
 
 /// Calls `take` with each property (lower case) and value of a style attribute, in order.
-void forEachDeclaration(QStringView style, const std::function<void(QStringView property, QStringView value)> &take);
+void forEachDeclaration(QStringView style,
+                        const std::function<void(QStringView property, QStringView value)> &take);
 
 /// "#rgb", "#rrggbb", "#rrggbbaa", "rgb(…)", "rgba(…)" or a colour name; nothing for anything else, with
 /// "transparent" and "inherit" among it.
 [[nodiscard]] std::optional<NSColor> color(QStringView value);
 
-/// A font size in points; "px" and "pt" both count as points, since exported pages write points as pixels. `parent`
-/// is what "em", "%", "larger" and "smaller" refer to, `standard` what the size keywords do.
+/// A font size in points; "px" and "pt" both count as points, since exported pages write points as pixels.
+/// `parent` is what "em", "%", "larger" and "smaller" refer to, `standard` what the size keywords do.
 [[nodiscard]] std::optional<float> fontSize(QStringView value, float parent, float standard);
 
 /// A length in points, from 0 to 32767; nothing for percentages.

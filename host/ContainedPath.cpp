@@ -16,7 +16,8 @@ QString containedPath(const QString &folder, const QString &name)
 {
     if (name.isEmpty() || name.contains(QChar(0)) || QDir::isAbsolutePath(name) || name.startsWith(u':'))
         return {};
-    const QString canonicalFolder = QFileInfo(folder.isEmpty() ? QStringLiteral(".") : folder).canonicalFilePath();
+    const QString canonicalFolder =
+        QFileInfo(folder.isEmpty() ? QStringLiteral(".") : folder).canonicalFilePath();
     if (canonicalFolder.isEmpty())
         return {};
     const QFileInfo file(QDir(canonicalFolder).filePath(QDir::cleanPath(name)));

@@ -65,14 +65,15 @@ bool looksLikeHTML(QByteArrayView content)
     const QByteArrayView head = behindComment(startOf(content));
     const QByteArray start = head.toByteArray().left(256).toLower();
     constexpr std::array<const char *, 4> roots{"<!doctype html", "<html", "<head", "<body"};
-    if (std::any_of(roots.begin(), roots.end(), [&](const char *root) { return startsWithElement(start, root); }))
+    if (std::any_of(roots.begin(), roots.end(),
+                    [&](const char *root) { return startsWithElement(start, root); }))
         return true;
     if (start.startsWith("<?xml") && head.toByteArray().toLower().contains("<html"))
         return true;
     while (!content.isEmpty() && isBlank(content.back()))
         content.chop(1);
-    return start.size() > 1 && start.front() == '<' && std::isalpha(static_cast<unsigned char>(start.at(1))) &&
-           content.endsWith('>');
+    return start.size() > 1 && start.front() == '<' &&
+           std::isalpha(static_cast<unsigned char>(start.at(1))) && content.endsWith('>');
 }
 
 bool looksLikeJSON(QByteArrayView content)
@@ -87,7 +88,8 @@ bool looksLikeJSON(QByteArrayView content)
 QByteArray readAtMost(QFile &file, qint64 limit)
 {
     QByteArray bytes = file.isSequential() ? QByteArray() : file.read(limit);
-    for (QByteArray piece = file.read(kPiece); !piece.isEmpty() && bytes.size() < limit; piece = file.read(kPiece))
+    for (QByteArray piece = file.read(kPiece); !piece.isEmpty() && bytes.size() < limit;
+         piece = file.read(kPiece))
         bytes += piece;
     return bytes;
 }
@@ -114,13 +116,15 @@ DocumentReader::Format DocumentReader::formatOf(const QByteArray &bytes)
     if (bytes.startsWith("bplist"))
         return Format::Archive;
     const QByteArrayView content = contentOf(bytes);
-    if (content.startsWith("<?xml") || content.startsWith("<!DOCTYPE plist") || content.startsWith("<plist")) {
+    if (content.startsWith("<?xml") || content.startsWith("<!DOCTYPE plist") ||
+        content.startsWith("<plist")) {
         if (startOf(content).indexOf("<plist") >= 0)
             return Format::Archive;
     }
     if (looksLikeJSON(content))
         return Format::StyledTextJSON;
-    const bool isWide = QStringConverter::encodingForData(bytes).value_or(QStringConverter::Utf8) != QStringConverter::Utf8;
+    const bool isWide =
+        QStringConverter::encodingForData(bytes).value_or(QStringConverter::Utf8) != QStringConverter::Utf8;
     if (looksLikeHTML(isWide ? QByteArrayView(utf8Of(bytes.left(kLookedAt))) : content))
         return Format::HTML;
     return !isWide && bytes.left(kLookedAt).contains('\0') ? Format::Binary : Format::Markdown;
@@ -147,7 +151,8 @@ DocumentResult DocumentReader::read(const QString &path)
 {
     QFile file(path);
     const bool isStandardInput = path == u"-";
-    const bool isOpen = isStandardInput ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
+    const bool isOpen =
+        isStandardInput ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
     if (!isStandardInput && QFileInfo(path).isDir())
         return DocumentResult::failure(path + u": is a folder"_s);
     if (!isOpen)

@@ -31,7 +31,8 @@ NSTextBlockVerticalAlignment verticalAlignment(QStringView name, NSTextBlockVert
 {
     if (name.compare(u"top", Qt::CaseInsensitive) == 0)
         return NSTextBlockVerticalAlignment::Top;
-    if (name.compare(u"middle", Qt::CaseInsensitive) == 0 || name.compare(u"center", Qt::CaseInsensitive) == 0)
+    if (name.compare(u"middle", Qt::CaseInsensitive) == 0 ||
+        name.compare(u"center", Qt::CaseInsensitive) == 0)
         return NSTextBlockVerticalAlignment::Middle;
     if (name.compare(u"bottom", Qt::CaseInsensitive) == 0)
         return NSTextBlockVerticalAlignment::Bottom;

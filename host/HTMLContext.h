@@ -17,8 +17,8 @@ struct HTMLContext
     /// The context of the body of a document.
     [[nodiscard]] static HTMLContext ofBody();
 
-    /// The context inside an element: what the element stands for by itself, then its presentational attributes, then
-    /// its style attribute. `tag` is at that element's start tag.
+    /// The context inside an element: what the element stands for by itself, then its presentational
+    /// attributes, then its style attribute. `tag` is at that element's start tag.
     [[nodiscard]] HTMLContext inside(HTMLElement element, const HTMLTokenizer &tag, bool inCell) const;
 
 private:

@@ -130,8 +130,9 @@ static_assert(std::is_sorted(kElements.begin(), kElements.end(),
 
 HTMLElement htmlElement(QStringView name)
 {
-    const auto *found = std::lower_bound(kElements.begin(), kElements.end(), name,
-                                         [](const auto &row, QStringView wanted) { return before(row.first, wanted); });
+    const auto *found =
+        std::lower_bound(kElements.begin(), kElements.end(), name,
+                         [](const auto &row, QStringView wanted) { return before(row.first, wanted); });
     return found != kElements.end() && found->first == name ? found->second : Unknown;
 }
 

@@ -29,7 +29,8 @@ QSet<QString> namesOfLinkTargets(QStringView html)
     QSet<QString> names;
     for (qsizetype hash = html.indexOf(u'#'); hash >= 0; hash = html.indexOf(u'#', hash + 1)) {
         qsizetype before = hash;
-        while (before > 0 && (html[before - 1] == u'"' || html[before - 1] == u'\'' || html[before - 1].isSpace()))
+        while (before > 0 &&
+               (html[before - 1] == u'"' || html[before - 1] == u'\'' || html[before - 1].isSpace()))
             --before;
         if (before == 0 || html[before - 1] != u'=')
             continue;
@@ -161,7 +162,8 @@ void Importer::takeText()
     const bool keeps = _context.keepsWhitespace;
     if (!text.isEmpty()) {
         _builder.appendText(HTMLImporter::textForMarkup(text.toString()),
-                            keeps ? StyledTextBuilder::Whitespace::Keep : StyledTextBuilder::Whitespace::Collapse);
+                            keeps ? StyledTextBuilder::Whitespace::Keep
+                                  : StyledTextBuilder::Whitespace::Collapse);
     }
 }
 
@@ -226,8 +228,8 @@ void Importer::endElement()
         if (candidate.name == _tag.name())
             return closeDownTo(depth - 1);
         // An end tag reaches out of a cell only when it ends a part of the table.
-        if (candidate.element == HTMLElement::Cell && element != HTMLElement::Table && element != HTMLElement::Section &&
-            element != HTMLElement::Row && element != HTMLElement::Root)
+        if (candidate.element == HTMLElement::Cell && element != HTMLElement::Table &&
+            element != HTMLElement::Section && element != HTMLElement::Row && element != HTMLElement::Root)
             return;
     }
 }
@@ -249,7 +251,8 @@ void Importer::closeTop()
 }
 
 /// Ends the innermost of the wanted elements unless a barrier stands before it.
-void Importer::closeOpen(std::initializer_list<HTMLElement> wanted, std::initializer_list<HTMLElement> barriers)
+void Importer::closeOpen(std::initializer_list<HTMLElement> wanted,
+                         std::initializer_list<HTMLElement> barriers)
 {
     const auto isOneOf = [](std::initializer_list<HTMLElement> set, HTMLElement element) {
         return std::find(set.begin(), set.end(), element) != set.end();
@@ -406,7 +409,8 @@ void Importer::insertImage()
 {
     const QString source = _tag.attribute(u"src").trimmed();
     const QString alternative = _tag.attribute(u"alt");
-    HTMLImages::Size size{CSSValues::length(_tag.attribute(u"width")), CSSValues::length(_tag.attribute(u"height"))};
+    HTMLImages::Size size{CSSValues::length(_tag.attribute(u"width")),
+                          CSSValues::length(_tag.attribute(u"height"))};
     CSSValues::forEachDeclaration(_tag.attribute(u"style"), [&](QStringView property, QStringView value) {
         if (property == u"width")
             size.width = CSSValues::length(value);
@@ -423,7 +427,8 @@ void Importer::insertImage()
         style.link = style.link.isValid() ? style.link : QVariant(safeAddress(source));
     _builder.setStyle(style);
     if (!alternative.isEmpty())
-        _builder.appendText(HTMLImporter::textForMarkup(alternative), StyledTextBuilder::Whitespace::Collapse);
+        _builder.appendText(HTMLImporter::textForMarkup(alternative),
+                            StyledTextBuilder::Whitespace::Collapse);
     _builder.setStyle(_context.style);
 }
 

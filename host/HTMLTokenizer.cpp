@@ -42,7 +42,8 @@ bool isAlphanumeric(QChar unit)
 const QHash<QString, char32_t> &namedCharacters()
 {
     static const QHash<QString, char32_t> table = [] {
-        QHash<QString, char32_t> names{{u"apos"_s, U'\''}, {u"amp"_s, U'&'}, {u"lt"_s, U'<'}, {u"gt"_s, U'>'}};
+        QHash<QString, char32_t> names{
+            {u"apos"_s, U'\''}, {u"amp"_s, U'&'}, {u"lt"_s, U'<'}, {u"gt"_s, U'>'}};
         for (const auto &[character, name] : QFCharacterConverter::mappingTable())
             names.insert(QString::fromStdString(name), character);
         return names;
@@ -61,7 +62,8 @@ char32_t characterOfNumber(QStringView digits, int base)
     return number;
 }
 
-/// Length of the reference at the start of `text` (which starts with "&"), and its character; 0 when there is none.
+/// Length of the reference at the start of `text` (which starts with "&"), and its character; 0 when there is
+/// none.
 qsizetype readReference(QStringView text, char32_t &character)
 {
     const bool numeric = text.size() > 2 && text[1] == u'#';
@@ -114,8 +116,8 @@ HTMLTokenizer::Token HTMLTokenizer::next()
         const qsizetype start = _position;
         // A "<" that starts no tag is text: look on from the next one.
         qsizetype open = _html.indexOf(u'<', start);
-        while (open >= 0 && open + 1 < _html.size() && !isLetter(_html[open + 1]) && _html[open + 1] != u'/' &&
-               _html[open + 1] != u'!' && _html[open + 1] != u'?')
+        while (open >= 0 && open + 1 < _html.size() && !isLetter(_html[open + 1]) &&
+               _html[open + 1] != u'/' && _html[open + 1] != u'!' && _html[open + 1] != u'?')
             open = _html.indexOf(u'<', open + 1);
         if (open < 0 || open + 1 >= _html.size())
             open = _html.size();

@@ -6,9 +6,9 @@
 
 #include <utility>
 
-/// Cuts HTML into texts and tags, forgivingly, as browsers do: nothing is an error. Comments, declarations, processing
-/// instructions and the content of scripts, style sheets and the like are passed over. Linear for any input; the
-/// text must outlive the tokenizer.
+/// Cuts HTML into texts and tags, forgivingly, as browsers do: nothing is an error. Comments, declarations,
+/// processing instructions and the content of scripts, style sheets and the like are passed over. Linear for
+/// any input; the text must outlive the tokenizer.
 class HTMLTokenizer
 {
 public:
@@ -22,7 +22,8 @@ public:
     [[nodiscard]] const QString &text() const { return _text; }
     /// Of a tag: its name in lower case.
     [[nodiscard]] const QString &name() const { return _name; }
-    /// Of a start tag: the value of an attribute, named in lower case; nil when absent, empty when without value.
+    /// Of a start tag: the value of an attribute, named in lower case; nil when absent, empty when without
+    /// value.
     [[nodiscard]] QString attribute(QStringView name) const;
     [[nodiscard]] bool hasAttributes() const { return !_attributes.isEmpty(); }
 
@@ -40,6 +41,6 @@ private:
     QList<std::pair<QString, QString>> _attributes;
 };
 
-/// The text with character references resolved: the named ones of HTML 4, decimal and hexadecimal ones. Numbers that
-/// are no character give U+FFFD; unknown names stay as they are.
+/// The text with character references resolved: the named ones of HTML 4, decimal and hexadecimal ones.
+/// Numbers that are no character give U+FFFD; unknown names stay as they are.
 [[nodiscard]] QString resolvedReferences(QStringView text);

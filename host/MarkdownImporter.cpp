@@ -27,10 +27,22 @@ public:
     [[nodiscard]] const QByteArray &html() const { return _html; }
     [[nodiscard]] bool isTooLarge() const { return _html.size() > _limit; }
 
-    static int enterBlock(MD_BLOCKTYPE type, void *detail, void *self) { return of(self).block(type, detail, true); }
-    static int leaveBlock(MD_BLOCKTYPE type, void *detail, void *self) { return of(self).block(type, detail, false); }
-    static int enterSpan(MD_SPANTYPE type, void *detail, void *self) { return of(self).span(type, detail, true); }
-    static int leaveSpan(MD_SPANTYPE type, void *detail, void *self) { return of(self).span(type, detail, false); }
+    static int enterBlock(MD_BLOCKTYPE type, void *detail, void *self)
+    {
+        return of(self).block(type, detail, true);
+    }
+    static int leaveBlock(MD_BLOCKTYPE type, void *detail, void *self)
+    {
+        return of(self).block(type, detail, false);
+    }
+    static int enterSpan(MD_SPANTYPE type, void *detail, void *self)
+    {
+        return of(self).span(type, detail, true);
+    }
+    static int leaveSpan(MD_SPANTYPE type, void *detail, void *self)
+    {
+        return of(self).span(type, detail, false);
+    }
     static int text(MD_TEXTTYPE type, const MD_CHAR *text, MD_SIZE size, void *self)
     {
         return of(self).write(type, {text, static_cast<qsizetype>(size)});
@@ -74,7 +86,9 @@ int HTMLWriter::block(MD_BLOCKTYPE type, const void *detail, bool enters)
         break;
     case MD_BLOCK_OL:
         if (enters)
-            _html += "<ol start=" + QByteArray::number(static_cast<const MD_BLOCK_OL_DETAIL *>(detail)->start) + '>';
+            _html +=
+                "<ol start=" + QByteArray::number(static_cast<const MD_BLOCK_OL_DETAIL *>(detail)->start) +
+                '>';
         else
             tag("ol", false);
         break;
@@ -183,7 +197,8 @@ void HTMLWriter::attribute(const char *name, const MD_ATTRIBUTE &value)
     _html += "=\"";
     for (int piece = 0; value.substr_offsets[piece] < value.size; ++piece) {
         const MD_OFFSET from = value.substr_offsets[piece];
-        const QByteArrayView text(value.text + from, static_cast<qsizetype>(value.substr_offsets[piece + 1] - from));
+        const QByteArrayView text(value.text + from,
+                                  static_cast<qsizetype>(value.substr_offsets[piece + 1] - from));
         write(value.substr_types[piece], text);
     }
     _html += '"';
@@ -248,7 +263,8 @@ DocumentResult MarkdownImporter::read(const QByteArray &markdown, const QString 
                            &HTMLWriter::text,
                            nullptr,
                            nullptr};
-    const int status = md_parse(markdown.constData(), static_cast<MD_SIZE>(markdown.size()), &parser, &writer);
+    const int status =
+        md_parse(markdown.constData(), static_cast<MD_SIZE>(markdown.size()), &parser, &writer);
     if (writer.isTooLarge())
         return DocumentResult::failure(u"its link definitions make it too large"_s);
     if (status != 0)

@@ -16,7 +16,8 @@ bool isBlank(QChar unit)
 
 } // namespace
 
-StyledTextBuilder::StyledTextBuilder() : _body(_pool.style({})), _style(_body), _lineStyle(_body), _spaceStyle(_body)
+StyledTextBuilder::StyledTextBuilder()
+    : _body(_pool.style({})), _style(_body), _lineStyle(_body), _spaceStyle(_body)
 {
     _paragraph = currentParagraph(nullptr);
 }
@@ -65,8 +66,8 @@ void StyledTextBuilder::appendRaw(const QString &markup)
     _flowHasContent = true;
 }
 
-/// Ends a line. In a cell the newline belongs to the last run, since each run of a cell exports as a cell of its own;
-/// elsewhere it is no part of a link.
+/// Ends a line. In a cell the newline belongs to the last run, since each run of a cell exports as a cell of
+/// its own; elsewhere it is no part of a link.
 void StyledTextBuilder::appendNewline()
 {
     StyledTextPool::StyleID style = _lastWasText ? _lineStyle : _body;
@@ -124,8 +125,8 @@ void StyledTextBuilder::endItemLine()
     _itemLineIsOpen = false;
 }
 
-/// An exported table is closed by the next ordinary paragraph only. Before anything else that could follow it, an
-/// empty paragraph does that.
+/// An exported table is closed by the next ordinary paragraph only. Before anything else that could follow
+/// it, an empty paragraph does that.
 void StyledTextBuilder::closeExportedTable()
 {
     if (!_exportedTableIsOpen || _cell)
@@ -300,7 +301,8 @@ void StyledTextBuilder::appendAttachment(const NSTextAttachmentPtr &attachment)
 {
     beginContent();
     const NSAttributeDictionary attributes =
-        _pool.dictionary(_style, _paragraph).withValue(NSAttachmentAttributeName, QVariant::fromValue(attachment));
+        _pool.dictionary(_style, _paragraph)
+            .withValue(NSAttachmentAttributeName, QVariant::fromValue(attachment));
     _result.append(QString(NSAttachmentCharacter), attributes);
     _lastWasText = false;
     _atLineStart = false;

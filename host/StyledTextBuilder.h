@@ -12,10 +12,11 @@
 
 class TableGrid;
 
-/// Builds styled text as a document is read from start to end: paragraphs, lists and tables in the form that the
-/// exporter expects. Blocks ask for their surroundings, text opens paragraphs by itself. List items are one line each
-/// ("\t•\tText"): breaks inside them are raw `<br />` elements, since a newline would end the item. Inside a cell, lists
-/// are written as plain lines, and inner tables as lines of their own.
+/// Builds styled text as a document is read from start to end: paragraphs, lists and tables in the form that
+/// the exporter expects. Blocks ask for their surroundings, text opens paragraphs by itself. List items are
+/// one line each
+/// ("\t•\tText"): breaks inside them are raw `<br />` elements, since a newline would end the item. Inside a
+/// cell, lists are written as plain lines, and inner tables as lines of their own.
 class StyledTextBuilder
 {
 public:
@@ -102,7 +103,8 @@ private:
     void appendCollapsed(QStringView text);
     void appendKept(QStringView text);
     [[nodiscard]] NSTextTableBlockPtr makeCell(const CellLook &look, qint64 column) const;
-    void appendEmptyCell(NSMutableAttributedString &text, const NSTextTablePtr &table, qint64 row, qint64 column);
+    void appendEmptyCell(NSMutableAttributedString &text, const NSTextTablePtr &table, qint64 row,
+                         qint64 column);
     [[nodiscard]] NSAttributedString withGapsFilled();
 
     StyledTextPool _pool;
@@ -113,10 +115,10 @@ private:
     NSWritingDirection _direction = NSWritingDirection::Natural;
 
     bool _paragraphIsOpen = false;
-    StyledTextPool::ParagraphID _paragraph = 0;       ///< of the paragraph that is open, or was last
-    StyledTextPool::StyleID _lineStyle = 0;           ///< of the line's last text
-    bool _lastWasText = false;                        ///< and not raw markup or an attachment
-    bool _atLineStart = true;                         ///< where blanks are dropped
+    StyledTextPool::ParagraphID _paragraph = 0; ///< of the paragraph that is open, or was last
+    StyledTextPool::StyleID _lineStyle = 0;     ///< of the line's last text
+    bool _lastWasText = false;                  ///< and not raw markup or an attachment
+    bool _atLineStart = true;                   ///< where blanks are dropped
     bool _spaceIsPending = false;
     StyledTextPool::StyleID _spaceStyle = 0;
     int _pendingBreaks = 0;
@@ -140,7 +142,7 @@ private:
     NSTextTableBlockPtr _lastCell;
     qsizetype _cellStart = 0;
     bool _exportedTableIsOpen = false; ///< no ordinary paragraph has followed the last table yet
-    std::vector<RowGap> _gaps; ///< one for each row, in order
-    size_t _firstGap = 0;      ///< of the table
+    std::vector<RowGap> _gaps;         ///< one for each row, in order
+    size_t _firstGap = 0;              ///< of the table
     qint64 _paddedCells = 0;
 };

@@ -56,8 +56,8 @@ void StyledTextBuilder::beginRow()
     _rowIsOpen = true;
 }
 
-/// Every row must reach the last column, for there the exporter ends it. What is missing up to the widest row so far is
-/// added here, the rest when the table's width is known.
+/// Every row must reach the last column, for there the exporter ends it. What is missing up to the widest row
+/// so far is added here, the rest when the table's width is known.
 void StyledTextBuilder::endRow()
 {
     if (_tableDepth > 1)
@@ -67,7 +67,8 @@ void StyledTextBuilder::endRow()
         return;
     _rowIsOpen = false;
     qint64 column = _grid->nextFree(0);
-    for (; column < _grid->columns() && _paddedCells < kMaximumPaddedCells; column = _grid->nextFree(column + 1))
+    for (; column < _grid->columns() && _paddedCells < kMaximumPaddedCells;
+         column = _grid->nextFree(column + 1))
         appendEmptyCell(_result, _table, _grid->row(), column);
     _gaps.push_back({_result.length(), _table, _grid->row(), _grid->columns(), 0});
 }
@@ -130,8 +131,8 @@ void StyledTextBuilder::endCell()
     _paragraph = currentParagraph(nullptr);
 }
 
-void StyledTextBuilder::appendEmptyCell(NSMutableAttributedString &text, const NSTextTablePtr &table, qint64 row,
-                                        qint64 column)
+void StyledTextBuilder::appendEmptyCell(NSMutableAttributedString &text, const NSTextTablePtr &table,
+                                        qint64 row, qint64 column)
 {
     auto cell = std::make_shared<NSTextTableBlock>();
     cell->table = table;

@@ -228,6 +228,8 @@ NSAttributeDictionary Reader::dictionary(const QJsonObject &attributes, const QS
         const auto found = std::find_if(kKnownKeys.begin(), kKnownKeys.end(),
                                         [key](const KnownKey &candidate) { return candidate.key == key; });
         const KnownKey *reader = found == kKnownKeys.end() ? nullptr : &*found;
+        if (key.isNull())
+            reportLoss(u"attribute"_s, where + u'.' + entry.key() + u": left out, too many different keys"_s);
         const QVariant value = valueFor(reader, entry.value(), where + u'.' + entry.key());
         if (value.isValid())
             entries.emplace_back(key, value);
@@ -288,7 +290,8 @@ QVariant Reader::paragraphStyleValue(const QJsonValue &json, const QString &wher
         return value >= INT32_MIN && value <= INT32_MAX ? static_cast<int>(value) : otherwise;
     };
     style.alignment = static_cast<NSTextAlignment>(small(object["alignment"_L1], 4));
-    style.baseWritingDirection = static_cast<NSWritingDirection>(small(object["baseWritingDirection"_L1], -1));
+    style.baseWritingDirection =
+        static_cast<NSWritingDirection>(small(object["baseWritingDirection"_L1], -1));
     const QJsonArray lists = object["textLists"_L1].toArray();
     for (const QJsonValue &marker : lists) {
         if (marker.isString())

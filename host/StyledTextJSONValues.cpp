@@ -118,7 +118,8 @@ void setBorderColors(NSTextTableBlock &cell, const QJsonObject &json)
         cell.setBorderColor(color);
     const QJsonArray edges = json["borderColors"_L1].toArray();
     for (int edge = 0; edge < 4 && edges.size() == 4; ++edge)
-        cell.setBorderColorForEdge(static_cast<NSRectEdge>(edge), StyledTextJSONValues::colorFrom(edges[edge]));
+        cell.setBorderColorForEdge(static_cast<NSRectEdge>(edge),
+                                   StyledTextJSONValues::colorFrom(edges[edge]));
 }
 
 void writeBorderColors(QJsonObject &json, const NSTextTableBlock &cell)
@@ -292,10 +293,11 @@ QJsonObject jsonOf(const QFLink &link)
 NSTextTablePtr tableFrom(const QJsonObject &json)
 {
     auto table = std::make_shared<NSTextTable>();
-    table->numberOfColumns = static_cast<quint64>(
-        std::max<qint64>(integerFrom(json["numberOfColumns"_L1]).value_or(0), 0));
+    table->numberOfColumns =
+        static_cast<quint64>(std::max<qint64>(integerFrom(json["numberOfColumns"_L1]).value_or(0), 0));
     const qint64 layout = integerFrom(json["layoutAlgorithm"_L1]).value_or(0);
-    table->layoutAlgorithm = layout == 1 ? NSTextTableLayoutAlgorithm::Fixed : NSTextTableLayoutAlgorithm::Automatic;
+    table->layoutAlgorithm =
+        layout == 1 ? NSTextTableLayoutAlgorithm::Fixed : NSTextTableLayoutAlgorithm::Automatic;
     return table;
 }
 
@@ -407,7 +409,7 @@ QJsonValue jsonOfVariant(const QVariant &value, int depth)
         return jsonOfMap(value.toMap(), depth);
     default:
         return value.metaType() == QMetaType::fromType<NSColor>() ? jsonOf(value.value<NSColor>())
-                                                                   : QJsonValue(QJsonValue::Undefined);
+                                                                  : QJsonValue(QJsonValue::Undefined);
     }
 }
 

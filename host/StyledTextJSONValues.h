@@ -12,8 +12,8 @@
 
 #include <optional>
 
-/// Single values of the styled-text JSON form, each way. Readers answer nothing for a value of a wrong type; single
-/// fields of a wrong type are passed over.
+/// Single values of the styled-text JSON form, each way. Readers answer nothing for a value of a wrong type;
+/// single fields of a wrong type are passed over.
 namespace StyledTextJSONValues {
 
 [[nodiscard]] std::optional<qint64> integerFrom(const QJsonValue &json);
@@ -41,8 +41,8 @@ namespace StyledTextJSONValues {
 
 /// Any JSON value; nulls in dictionaries and arrays go.
 [[nodiscard]] QVariant variantFrom(const QJsonValue &json);
-/// Numbers, strings, colours, arrays and dictionaries of these; undefined for anything else and for nesting beyond
-/// 256 levels.
+/// Numbers, strings, colours, arrays and dictionaries of these; undefined for anything else and for nesting
+/// beyond 256 levels.
 [[nodiscard]] QJsonValue jsonOfVariant(const QVariant &value, int depth = 0);
 
 } // namespace StyledTextJSONValues

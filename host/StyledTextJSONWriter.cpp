@@ -74,7 +74,8 @@ private:
     {
         QString name = NSStringPathExtensions::lastPathComponent(preferred).right(kMaximumFileNameLength);
         for (QChar &unit : name) {
-            if (unit.category() == QChar::Other_Control || unit.isSurrogate() || unit == u'/' || unit == u'\\')
+            if (unit.category() == QChar::Other_Control || unit.isSurrogate() || unit == u'/' ||
+                unit == u'\\')
                 unit = u'_';
         }
         while (name.startsWith(u'.'))
@@ -126,7 +127,7 @@ private:
     ObjectTable<NSTextTableBlock> _cells{u'c'};
     ObjectTable<QFLink> _links{u'l'};
     ObjectTable<NSTextAttachment> _attachments{u'a'};
-    QHash<const void *, int> _uses; ///< of each link and attachment, by runs
+    QHash<const void *, int> _uses;           ///< of each link and attachment, by runs
     QHash<const void *, QByteArray> _written; ///< attributes by the address of their dictionary
 };
 
@@ -174,7 +175,8 @@ void Writer::countObjects(const NSAttributedString &text)
     for (const NSAttributedString::Run &run : text.runs()) {
         if (const QFLink *link = pointerUnder<QFLink>(run.attributes, NSLinkAttributeName))
             ++_uses[link];
-        if (const auto *attachment = pointerUnder<NSTextAttachment>(run.attributes, NSAttachmentAttributeName))
+        if (const auto *attachment =
+                pointerUnder<NSTextAttachment>(run.attributes, NSAttachmentAttributeName))
             ++_uses[attachment];
     }
 }
@@ -197,7 +199,8 @@ QByteArray Writer::attributesJson(const NSAttributeDictionary &attributes)
             if (!value.isUndefined())
                 object.insert(entry.first.name(), value);
             else
-                reportLoss(u"attribute"_s, u"the value under "_s + entry.first.name() + u" cannot be written as JSON"_s);
+                reportLoss(u"attribute"_s,
+                           u"the value under "_s + entry.first.name() + u" cannot be written as JSON"_s);
         }
         json = compact(object);
     }
@@ -291,7 +294,8 @@ QJsonObject Writer::mediaAttributesJson(const QVariantMap &attributes)
         if (!value.isUndefined())
             json.insert(entry.key(), value);
         else
-            reportLoss(u"attribute"_s, u"the media attribute "_s + entry.key() + u" cannot be written as JSON"_s);
+            reportLoss(u"attribute"_s,
+                       u"the media attribute "_s + entry.key() + u" cannot be written as JSON"_s);
     }
     return json;
 }

@@ -15,15 +15,15 @@ size_t hashOf(const CharacterStyle &style)
 {
     const QFLinkPtr link = style.link.value<QFLinkPtr>();
     const NSColor color = style.color.value_or(NSColor{-1, -1, -1});
-    return qHashMulti(0, style.family, style.size, style.bold, style.italic, style.underlined, color.red, color.green,
-                      color.blue, color.alpha, style.directive, link.get(),
+    return qHashMulti(0, style.family, style.size, style.bold, style.italic, style.underlined, color.red,
+                      color.green, color.blue, color.alpha, style.directive, link.get(),
                       link ? QString() : style.link.toString());
 }
 
 size_t hashOf(const NSParagraphStyle &paragraph)
 {
-    size_t hash = qHashMulti(0, static_cast<int>(paragraph.alignment), static_cast<int>(paragraph.baseWritingDirection),
-                             paragraph.textLists.size());
+    size_t hash = qHashMulti(0, static_cast<int>(paragraph.alignment),
+                             static_cast<int>(paragraph.baseWritingDirection), paragraph.textLists.size());
     for (const NSTextList &list : paragraph.textLists)
         hash = qHashMulti(hash, list.markerFormat);
     for (const NSTextTableBlockPtr &cell : paragraph.textBlocks)
@@ -34,8 +34,8 @@ size_t hashOf(const NSParagraphStyle &paragraph)
 NSAttributeDictionary attributesOf(const CharacterStyle &style)
 {
     std::vector<NSAttributeDictionary::Entry> entries;
-    entries.emplace_back(NSFontAttributeName, QVariant::fromValue(WebFonts::font(style.family, style.size, style.bold,
-                                                                                 style.italic)));
+    entries.emplace_back(NSFontAttributeName, QVariant::fromValue(WebFonts::font(style.family, style.size,
+                                                                                 style.bold, style.italic)));
     if (style.color)
         entries.emplace_back(NSForegroundColorAttributeName, QVariant::fromValue(*style.color));
     if (style.underlined)
@@ -88,7 +88,8 @@ NSAttributeDictionary StyledTextPool::dictionary(StyleID style, ParagraphID para
 {
     NSAttributeDictionary &made = _dictionaries[{style, paragraph}];
     if (made.isEmpty())
-        made = _styles.at(style).attributes.withValue(NSParagraphStyleAttributeName, _paragraphs.at(paragraph));
+        made =
+            _styles.at(style).attributes.withValue(NSParagraphStyleAttributeName, _paragraphs.at(paragraph));
     return made;
 }
 

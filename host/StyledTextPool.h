@@ -8,7 +8,8 @@
 
 #include <compare>
 
-/// Makes attribute dictionaries, one for each combination of values, so that all runs that look the same share one.
+/// Makes attribute dictionaries, one for each combination of values, so that all runs that look the same
+/// share one.
 class StyledTextPool
 {
 public:

@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <vector>
 
-/// Finds the columns in which the cells of a table stand, row by row, when cells reach over rows and columns. At most
-/// `maximumColumns` columns exist; cells beyond are answered as not placed.
+/// Finds the columns in which the cells of a table stand, row by row, when cells reach over rows and columns.
+/// At most `maximumColumns` columns exist; cells beyond are answered as not placed.
 class TableGrid
 {
 public:

@@ -79,8 +79,8 @@ NSFont WebFonts::font(const QString &family, float size, bool bold, bool italic)
     const auto known = std::find_if(kFamilies.begin(), kFamilies.end(),
                                     [&](const Family &candidate) { return candidate.name == name; });
     if (known != kFamilies.end()) {
-        const QStringView face = bold ? (italic ? known->boldItalic : known->bold)
-                                      : (italic ? known->italic : known->regular);
+        const QStringView face =
+            bold ? (italic ? known->boldItalic : known->bold) : (italic ? known->italic : known->regular);
         font.fontName = face.toString();
         font.familyName = name;
     }

@@ -16,20 +16,22 @@ int runExport(const QStringList &arguments);
 int runConvert(const QStringList &arguments);
 int runText(const QStringList &arguments);
 
-/// Parses the arguments of a command. An exit code when that is all there is to do: after `--help`, which prints
-/// `help`, and after wrong usage, which says what is wrong.
-[[nodiscard]] std::optional<int> parsed(QCommandLineParser &parser, const QStringList &arguments, const char *help);
+/// Parses the arguments of a command. An exit code when that is all there is to do: after `--help`, which
+/// prints `help`, and after wrong usage, which says what is wrong.
+[[nodiscard]] std::optional<int> parsed(QCommandLineParser &parser, const QStringList &arguments,
+                                        const char *help);
 
 /// One line on standard error: "qf: …".
 void complain(const QString &sentence);
 int wrongUsage(const QString &sentence);
 int failed(const QString &sentence);
 
-/// Bytes out exactly: to standard output for "-" or nil, else into a file, which is replaced whole or not at all. An
-/// exit code.
+/// Bytes out exactly: to standard output for "-" or nil, else into a file, which is replaced whole or not at
+/// all; devices and pipes are written to. An exit code.
 [[nodiscard]] int writeOutput(const QByteArray &bytes, const QString &path);
 
-/// The text as UTF-8. Halves of surrogate pairs that stand alone, which UTF-8 cannot hold, become decimal references.
+/// The text as UTF-8. Halves of surrogate pairs that stand alone, which UTF-8 cannot hold, become decimal
+/// references.
 [[nodiscard]] QByteArray utf8WithReferences(const QString &text);
 
 /// Notes about what was left out without a log line, at most twenty of them.

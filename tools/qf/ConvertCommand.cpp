@@ -71,10 +71,8 @@ int printSummary(const QString &output, const NSAttributedString &text, const QF
 int runConvert(const QStringList &arguments)
 {
     QCommandLineParser parser;
-    parser.addOptions({{u"to"_s, {}, u"form"_s},
-                       {u"report"_s, {}, u"file"_s},
-                       {u"strict"_s, {}},
-                       {u"json"_s, {}}});
+    parser.addOptions(
+        {{u"to"_s, {}, u"form"_s}, {u"report"_s, {}, u"file"_s}, {u"strict"_s, {}}, {u"json"_s, {}}});
     if (const auto code = parsed(parser, arguments, kHelp))
         return *code;
     if (parser.positionalArguments().size() != 2)

@@ -144,7 +144,8 @@ QString readOptions(const QCommandLineParser &parser, ExportOptions &options)
     options.document = parser.positionalArguments().constFirst();
     options.output = parser.value(u"o"_s);
     options.toPath = parser.value(u"to"_s);
-    options.imagesFolder = parser.isSet(u"images-folder"_s) ? parser.value(u"images-folder"_s) : options.toPath;
+    options.imagesFolder =
+        parser.isSet(u"images-folder"_s) ? parser.value(u"images-folder"_s) : options.toPath;
     options.prefix = parser.value(u"prefix"_s);
     options.contentTag = parser.value(u"content-tag"_s);
     if (!parser.isSet(u"template"_s))
@@ -176,7 +177,8 @@ QString readTemplate(const QString &path, ExportOptions &options)
     return decoder.hasError() ? path + u": is not UTF-8"_s : QString();
 }
 
-QString exported(const ExportOptions &options, const QCommandLineParser &parser, const NSAttributedString &text)
+QString exported(const ExportOptions &options, const QCommandLineParser &parser,
+                 const NSAttributedString &text)
 {
     CVHTML exporter;
     exporter.setAllowWebUnsafeFonts(parser.isSet(u"allow-web-unsafe-fonts"_s));
@@ -189,11 +191,12 @@ QString exported(const ExportOptions &options, const QCommandLineParser &parser,
                                            options.depth);
 }
 
-/// Preferences of this run only: what the user has set for other programs must not change what a command prints.
+/// Preferences of this run only: what the user has set for other programs must not change what a command
+/// prints.
 void setPreferences(const QCommandLineParser &parser)
 {
     NSUserDefaults &defaults = NSUserDefaults::standardUserDefaults();
-    defaults.setFolder(u"/dev/null"_s); // holds no files and takes none
+    defaults.setFolder(u"/nonexistent"_s);
     if (parser.isSet(u"uppercase-colors"_s))
         defaults.registerDefaults({{u"uppercaseColorCodes"_s, true}});
 }

@@ -4,7 +4,8 @@
 #include <QString>
 #include <QVariantMap>
 
-/// The page that an export from the command line is made for, as far as the exporter asks: the image settings.
+/// The page that an export from the command line is made for, as far as the exporter asks: the image
+/// settings.
 class ExportPage : public QObject
 {
     Q_OBJECT

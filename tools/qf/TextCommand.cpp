@@ -41,7 +41,8 @@ struct NamedOperation
 };
 
 constexpr std::array<NamedOperation, 5> kOperations{{
-    {u"escape-xml", [](const QString &text, bool) { return QFStringUtilities::stringEscapedForXMLElementText(text); },
+    {u"escape-xml",
+     [](const QString &text, bool) { return QFStringUtilities::stringEscapedForXMLElementText(text); },
      false},
     {u"escape-html-attribute",
      [](const QString &text, bool) { return QFStringUtilities::stringEscapedForHTMLAttribute(text); }, false},
@@ -51,9 +52,11 @@ constexpr std::array<NamedOperation, 5> kOperations{{
      },
      false},
     {u"numeric",
-     [](const QString &text, bool all) { return QFStringUtilities::convertToNumericalReferences(text, all); }, true},
+     [](const QString &text, bool all) { return QFStringUtilities::convertToNumericalReferences(text, all); },
+     true},
     {u"entities",
-     [](const QString &text, bool all) { return QFCharacterConverter::encodeUnicodeForHTML(text, !all); }, true},
+     [](const QString &text, bool all) { return QFCharacterConverter::encodeUnicodeForHTML(text, !all); },
+     true},
 }};
 
 /// All of standard input, or nothing when it is not UTF-8.

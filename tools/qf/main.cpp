@@ -31,7 +31,10 @@ constexpr std::array<Command, 3> kCommands{
 /// What the library logs, as plain lines.
 void printMessage(QtMsgType type, const QMessageLogContext &, const QString &message)
 {
-    const char *kind = type == QtDebugMsg ? "debug" : type == QtInfoMsg ? "note" : type == QtWarningMsg ? "warning" : "error";
+    const char *kind = type == QtDebugMsg     ? "debug"
+                       : type == QtInfoMsg    ? "note"
+                       : type == QtWarningMsg ? "warning"
+                                              : "error";
     std::fprintf(stderr, "qf: %s: %s\n", kind, message.toUtf8().constData());
 }
 
