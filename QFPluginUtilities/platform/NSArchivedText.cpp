@@ -70,7 +70,7 @@ QVariantMap archivableEntries(const NSAttributeDictionary &attributes)
     return map;
 }
 
-/// Numbers the different dictionaries of a text by their first use.
+/// Archives the different dictionaries of a text and numbers them by their first use.
 class DictionaryTable
 {
 public:
@@ -81,40 +81,42 @@ public:
         const auto known = _byAddress.constFind(attributes.address());
         if (known != _byAddress.cend())
             return *known;
-        const QVariant entries = archivableEntries(attributes);
-        quint64 &place = _byReference[_coder.referenceTo(entries)];
-        if (place == 0) {
-            _dictionaries.append(entries);
-            place = static_cast<quint64>(_dictionaries.size());
+        const quint64 reference = _coder.referenceTo(archivableEntries(attributes));
+        const auto next = static_cast<quint64>(_references.size());
+        const quint64 place = _byReference.value(reference, next);
+        if (place == next) {
+            _byReference.insert(reference, place);
+            _references.append(reference);
         }
-        return *_byAddress.insert(attributes.address(), place - 1);
+        return *_byAddress.insert(attributes.address(), place);
     }
 
-    [[nodiscard]] const QVariantList &dictionaries() const { return _dictionaries; }
+    /// In the order of their numbers.
+    [[nodiscard]] const QList<quint64> &references() const { return _references; }
 
 private:
     NSKeyedArchiver &_coder;
-    QVariantList _dictionaries;
+    QList<quint64> _references;
     QHash<const void *, quint64> _byAddress;
-    QHash<quint64, quint64> _byReference; // places from 1
+    QHash<quint64, quint64> _byReference;
 };
 
 void encodeText(const QVariant &object, NSKeyedArchiver &coder)
 {
     const auto &text = *static_cast<const NSAttributedString *>(object.constData());
     coder.encodeObject(text.string().isNull() ? u""_s : text.string(), u"NSString");
+    if (text.runs().size() == 1)
+        coder.encodeObject(archivableEntries(text.runs().constFirst().attributes), u"NSAttributes");
+    if (text.runs().size() <= 1)
+        return;
     DictionaryTable table(coder);
     QByteArray runs;
     for (qsizetype run = 0; run < text.runs().size(); ++run) {
         appendNumber(runs, static_cast<quint64>(text.rangeOfRun(run).length));
         appendNumber(runs, table.placeOf(text.runs()[run].attributes));
     }
-    if (text.runs().size() > 1) {
-        coder.encodeObject(table.dictionaries(), u"NSAttributes");
-        coder.encodeObject(runs, u"NSAttributeInfo");
-    } else if (!text.isEmpty()) {
-        coder.encodeObject(table.dictionaries().constFirst(), u"NSAttributes");
-    }
+    coder.encodeArrayOfReferences(table.references(), u"NSAttributes");
+    coder.encodeObject(runs, u"NSAttributeInfo");
 }
 
 /// What comparing a value with an equal one costs; none for texts, which are no attributes.

@@ -2,6 +2,7 @@
 
 #include "platform/NSColor.h"
 #include "platform/NSFont.h"
+#include "platform/NSKeyedArchiveLayout.h"
 #include "platform/NSKeyedArchiver.h"
 #include "platform/NSKeyedUnarchiver.h"
 #include "platform/NSPropertyListValue.h"
@@ -24,12 +25,12 @@ constexpr qsizetype kLongestFontName = 1024;
 
 void encodeArray(const QVariant &object, NSKeyedArchiver &coder)
 {
-    coder.encodeObjects(object.toList(), u"NS.objects");
+    coder.encodeObjects(object.toList(), NSKeyedArchiveLayout::elementsKey);
 }
 
 QVariant decodeArray(NSKeyedUnarchiver &coder)
 {
-    QVariantList objects = coder.decodeObjects(u"NS.objects");
+    QVariantList objects = coder.decodeObjects(NSKeyedArchiveLayout::elementsKey);
     objects.removeIf([](const QVariant &object) { return isNil(object); });
     return objects;
 }
@@ -46,13 +47,13 @@ void encodeDictionary(const QVariant &object, NSKeyedArchiver &coder)
         values.append(entry.value());
     }
     coder.encodeObjects(keys, u"NS.keys");
-    coder.encodeObjects(values, u"NS.objects");
+    coder.encodeObjects(values, NSKeyedArchiveLayout::elementsKey);
 }
 
 QVariant decodeDictionary(NSKeyedUnarchiver &coder)
 {
     const QVariantList keys = coder.decodeObjects(u"NS.keys");
-    const QVariantList values = coder.decodeObjects(u"NS.objects");
+    const QVariantList values = coder.decodeObjects(NSKeyedArchiveLayout::elementsKey);
     if (keys.size() != values.size())
         return {};
     QVariantMap map;

@@ -5,7 +5,7 @@
 
 #include <algorithm>
 #include <bit>
-#include <unordered_set>
+#include <cstring>
 #include <vector>
 
 using Ref = NSBinaryPropertyListWriter::Ref;
@@ -65,25 +65,17 @@ struct NSBinaryPropertyListWriter::Private
     struct Object
     {
         Marker marker;  ///< Array, Dictionary, or anything for an object that is only bytes
+        quint32 hash;   ///< of the contents
         quint64 start;  ///< in `refs` for containers, else in `bytes`
         quint64 length; ///< number of references or bytes
     };
 
+    static constexpr Ref kFree = ~Ref(0);
+
     QByteArray bytes;
     std::vector<Ref> refs;
     std::vector<Object> objects;
-
-    struct Hash
-    {
-        const Private *d;
-        size_t operator()(Ref number) const { return d->hash(number); }
-    };
-    struct Equal
-    {
-        const Private *d;
-        bool operator()(Ref a, Ref b) const { return d->equal(a, b); }
-    };
-    std::unordered_set<Ref, Hash, Equal> known{64, Hash{this}, Equal{this}};
+    std::vector<Ref> table = std::vector<Ref>(1024, kFree); // of all objects by hash; at most half full
 
     static bool isContainer(const Object &object)
     {
@@ -97,18 +89,33 @@ struct NSBinaryPropertyListWriter::Private
         return {bytes.constData() + object.start, object.length};
     }
 
-    [[nodiscard]] size_t hash(Ref number) const
+    [[nodiscard]] bool equal(const Object &a, const Object &b) const
     {
-        const std::span<const char> all = contents(objects[number]);
-        return qHashBits(all.data(), all.size(), objects[number].marker);
+        return a.hash == b.hash && a.marker == b.marker && a.length == b.length &&
+               (a.length == 0 ||
+                std::memcmp(contents(a).data(), contents(b).data(), contents(a).size()) == 0);
     }
 
-    [[nodiscard]] bool equal(Ref a, Ref b) const
+    /// Where an equal object stands in the table, or where it would.
+    Ref &placeOf(const Object &object)
     {
-        const Object &first = objects[a];
-        const Object &second = objects[b];
-        return first.marker == second.marker && first.length == second.length &&
-               std::ranges::equal(contents(first), contents(second));
+        const size_t mask = table.size() - 1;
+        for (size_t at = object.hash & mask;; at = (at + 1) & mask) {
+            if (table[at] == kFree || equal(objects[table[at]], object))
+                return table[at];
+        }
+    }
+
+    void growTable()
+    {
+        table.assign(table.size() * 2, kFree);
+        const size_t mask = table.size() - 1;
+        for (size_t number = 0; number < objects.size(); ++number) {
+            size_t at = objects[number].hash & mask;
+            while (table[at] != kFree)
+                at = (at + 1) & mask;
+            table[at] = static_cast<Ref>(number);
+        }
     }
 
     /// Keeps the object that was just appended, unless an equal one is there: then its tail is cut off again.
@@ -116,17 +123,21 @@ struct NSBinaryPropertyListWriter::Private
     {
         const bool container = marker == Array || marker == Dictionary;
         const quint64 end = container ? refs.size() : static_cast<quint64>(bytes.size());
-        const auto added = static_cast<Ref>(objects.size());
-        objects.push_back({marker, start, end - start});
-        const auto [found, isNew] = known.insert(added);
-        if (isNew)
-            return added;
-        objects.pop_back();
+        Object added{marker, 0, start, end - start};
+        added.hash = static_cast<quint32>(qHashBits(contents(added).data(), contents(added).size(), marker));
+        Ref &place = placeOf(added);
+        if (place == kFree) {
+            const Ref number = place = static_cast<Ref>(objects.size());
+            objects.push_back(added);
+            if (objects.size() * 2 > table.size())
+                growTable();
+            return number;
+        }
         if (container)
             refs.resize(start);
         else
             bytes.truncate(static_cast<qsizetype>(start));
-        return *found;
+        return place;
     }
 
     [[nodiscard]] quint64 start() const { return static_cast<quint64>(bytes.size()); }
@@ -195,11 +206,12 @@ Ref NSBinaryPropertyListWriter::addString(QStringView text)
     const bool ascii =
         std::all_of(text.begin(), text.end(), [](QChar unit) { return unit.unicode() < 0x80; });
     appendHeader(d->bytes, ascii ? ASCIIString : UTF16String, static_cast<quint64>(text.size()));
+    const qsizetype at = d->bytes.size();
+    d->bytes.resize(at + text.size() * (ascii ? 1 : 2));
     if (ascii) {
-        d->bytes.append(text.toLatin1());
+        std::transform(text.begin(), text.end(), d->bytes.data() + at,
+                       [](QChar unit) { return static_cast<char>(unit.unicode()); });
     } else {
-        const qsizetype at = d->bytes.size();
-        d->bytes.resize(at + text.size() * 2);
         qToBigEndian<quint16>(text.utf16(), text.size(), d->bytes.data() + at);
     }
     return d->keep(ascii ? ASCIIString : UTF16String, start);

@@ -27,6 +27,9 @@ inline constexpr QStringView rootClass = u"NSObject";
 /// readers pass over keys that they do not know.
 inline constexpr QStringView versionKey = u"QFClassVersion";
 
+/// In an array, the references to its elements.
+inline constexpr QStringView elementsKey = u"NS.objects";
+
 /// A key as it is stored: one that starts with a dollar sign gets another, to stay apart from the keys above.
 [[nodiscard]] inline QString storedKey(QStringView key)
 {

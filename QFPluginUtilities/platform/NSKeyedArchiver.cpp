@@ -27,6 +27,14 @@ struct Frame
     int sequence = 0;
 };
 
+/// Whether the value is stored as it is, without a class.
+bool isPlain(NSPropertyListKind kind)
+{
+    using Kind = NSPropertyListKind;
+    return kind == Kind::Bool || kind == Kind::Integer || kind == Kind::Unsigned || kind == Kind::Real ||
+           kind == Kind::String || kind == Kind::Data;
+}
+
 void reportUnknownType(const QVariant &value)
 {
     const QString type = QString::fromLatin1(value.typeName());
@@ -51,14 +59,24 @@ struct NSKeyedArchiver::Private
 
     void add(QStringView key, Ref value)
     {
-        const Ref name = writer.addString(NSKeyedArchiveLayout::storedKey(key));
-        addStored(name, value);
+        addStored(key.startsWith(u'$') ? writer.addString(NSKeyedArchiveLayout::storedKey(key))
+                                       : writer.addString(key),
+                  value);
     }
 
     void addStored(Ref key, Ref value)
     {
         frame->keys.push_back(key);
         frame->values.push_back(value);
+    }
+
+    void addReferences(const QList<UID> &uids, QStringView key)
+    {
+        std::vector<Ref> references;
+        references.reserve(static_cast<size_t>(uids.size()));
+        for (const UID uid : uids)
+            references.push_back(writer.addUID(uid));
+        add(key, writer.addArray(references));
     }
 
     UID addObject(Ref contents)
@@ -101,8 +119,9 @@ struct NSKeyedArchiver::Private
             reportUnknownType(value);
             return 0;
         }
+        const auto encode = [&] { found->encode(value, *coder); };
         if (!found->identity)
-            return encodeContents(*found, value, [this](Ref contents) { return plainValue(contents); });
+            return encodePlainValue(*found, value, encode);
 
         const void *address = found->identity(value);
         if (const auto before = known.constFind(address); before != known.cend())
@@ -110,14 +129,33 @@ struct NSKeyedArchiver::Private
         // The place is taken first: the object may lie inside itself.
         const UID uid = addObject(0);
         known.insert(address, {uid, value});
-        return encodeContents(*found, value, [this, uid](Ref contents) {
+        return encodeContents(*found, encode, [this, uid](Ref contents) {
             objects[uid] = contents;
             return uid;
         });
     }
 
-    template <typename Place>
-    UID encodeContents(const NSArchivableClass &archivableClass, const QVariant &value, Place place)
+    /// Copies of a variant share what they hold, unless it is small enough to lie inside each of them.
+    /// Looking at the address first saves encoding the same font for every run of a text.
+    template <typename Encode>
+    UID encodePlainValue(const NSArchivableClass &archivableClass, const QVariant &value, Encode encode)
+    {
+        const auto place = [this](Ref contents) { return plainValue(contents); };
+        const void *address = value.constData();
+        const bool isInside = address >= &value && address < &value + 1;
+        if (isInside)
+            return encodeContents(archivableClass, encode, place);
+        if (const auto before = known.constFind(address); before != known.cend())
+            return before->first;
+        const UID uid = encodeContents(archivableClass, encode, place);
+        if (uid != 0)
+            known.insert(address, {uid, value});
+        return uid;
+    }
+
+    /// Encodes an object in a frame of its own and answers where `place` puts it.
+    template <typename Encode, typename Place>
+    UID encodeContents(const NSArchivableClass &archivableClass, Encode encode, Place place)
     {
         if (depth >= maximumDepth) {
             reportLoss(u"archive"_s, u"Values nested too deeply for an archive are left out."_s);
@@ -126,7 +164,7 @@ struct NSKeyedArchiver::Private
         Frame contents;
         Frame *outer = std::exchange(frame, &contents);
         ++depth;
-        archivableClass.encode(value, *coder);
+        encode();
         addStored(writer.addString(NSKeyedArchiveLayout::classKey), classReference(archivableClass));
         --depth;
         frame = outer;
@@ -197,13 +235,13 @@ void NSKeyedArchiver::encodeBytes(const QByteArray &bytes, QStringView key)
 
 void NSKeyedArchiver::encodeObjects(const QVariantList &objects, QStringView key)
 {
-    std::vector<Ref> references;
-    references.reserve(static_cast<size_t>(objects.size()));
+    QList<UID> references;
+    references.reserve(objects.size());
     for (const QVariant &object : objects) {
         if (const UID uid = d->encode(object))
-            references.push_back(d->writer.addUID(uid));
+            references.append(uid);
     }
-    d->add(key, d->writer.addArray(references));
+    d->addReferences(references, key);
 }
 
 void NSKeyedArchiver::encodeObject(const QVariant &object)
@@ -217,11 +255,19 @@ quint64 NSKeyedArchiver::referenceTo(const QVariant &object)
     return d->encode(object);
 }
 
+void NSKeyedArchiver::encodeArrayOfReferences(const QList<quint64> &references, QStringView key)
+{
+    const NSArchivableClass *array = NSArchivableClasses::classOfValue(QVariantList());
+    const auto encode = [&] { d->addReferences(references, NSKeyedArchiveLayout::elementsKey); };
+    const auto place = [this](Ref contents) { return d->plainValue(contents); };
+    d->add(key, d->writer.addUID(d->encodeContents(*array, encode, place)));
+}
+
 bool NSKeyedArchiver::canEncode(const QVariant &value)
 {
     if (isNil(value))
         return false;
-    if (!NSArchivableClasses::classNameOfValue(value).isNull())
+    if (isPlain(propertyListKind(value)) || NSArchivableClasses::classOfValue(value))
         return true;
     reportUnknownType(value);
     return false;

@@ -3,6 +3,7 @@
 #include "platform/QFExport.h"
 
 #include <QByteArray>
+#include <QList>
 #include <QStringView>
 #include <QVariant>
 
@@ -46,6 +47,8 @@ public:
     /// Archives a value, unless it is there already, and answers its place: the same for the same object and
     /// for equal plain values, 0 for nil and for what cannot be archived.
     quint64 referenceTo(const QVariant &object);
+    /// Writes an array of what `referenceTo` answered.
+    void encodeArrayOfReferences(const QList<quint64> &references, QStringView key);
 
     /// True when `encodeObject` will write something for this value itself. Otherwise, unless it is nil,
     /// makes the report record.

@@ -17,8 +17,8 @@ constexpr std::array<bool, 128> makeLiteralUnits()
     for (size_t unit = 0; unit < literal.size(); ++unit)
         literal[unit] =
             (unit >= '0' && unit <= '9') || (unit >= 'A' && unit <= 'Z') || (unit >= 'a' && unit <= 'z');
-    for (const char unit : std::string_view(" @:/-_?.=;+()#"))
-        literal[static_cast<size_t>(unit)] = true;
+    for (const char16_t unit : std::u16string_view(u" @:/-_?.=;+()#"))
+        literal[unit] = true;
     return literal;
 }
 

@@ -1,4 +1,4 @@
-#include "Command.h"
+#include "tools/qf/Command.h"
 
 #include "export/CVHTMLFileWrapper.h"
 #include "export/NSAttributedString+QFTextViewExtensions.h"

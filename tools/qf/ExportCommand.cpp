@@ -1,5 +1,5 @@
-#include "Command.h"
-#include "ExportPage.h"
+#include "tools/qf/Command.h"
+#include "tools/qf/ExportPage.h"
 
 #include "export/CVHTML.h"
 #include "host/DocumentReader.h"

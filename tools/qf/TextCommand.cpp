@@ -1,4 +1,4 @@
-#include "Command.h"
+#include "tools/qf/Command.h"
 
 #include "text/QFCharacterConverter.h"
 #include "text/QFStrings.h"

@@ -1,0 +1,188 @@
+#include "platform/NSUserDefaults.h"
+
+#include <QDir>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <thread>
+
+using namespace Qt::StringLiterals;
+
+class NSUserDefaultsTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void init()
+    {
+        _folder = std::make_unique<QTemporaryDir>();
+        _path = _folder->filePath(u"made/on/demand"_s);
+    }
+    void searchesDomainsInOrder();
+    void readsByThePlatformsRules();
+    void keepsWhatWasSet();
+    void keepsDamagedFilesAside();
+    void staysInItsFolder_data();
+    void staysInItsFolder();
+    void saysWhenItCannotWrite();
+    void isSafeOnThreads();
+    void findsTheUsersFolder();
+
+private:
+    [[nodiscard]] QString file(const QString &domain) const { return _path + u'/' + domain + u".plist"_s; }
+
+    std::unique_ptr<QTemporaryDir> _folder;
+    QString _path;
+};
+
+void NSUserDefaultsTest::searchesDomainsInOrder()
+{
+    NSUserDefaults defaults(_path, u"app"_s);
+    QVERIFY(!defaults.objectForKey(u"key"_s).isValid());
+    defaults.registerDefaults({{u"key"_s, 1}, {u"other"_s, 1}});
+    QCOMPARE(defaults.integerForKey(u"key"_s), 1);
+    defaults.setPersistentDomain({{u"key"_s, 2}, {u"AppleLanguages"_s, QStringList{u"de"_s, u"en"_s}}},
+                                 NSGlobalDomain.toString());
+    QCOMPARE(defaults.integerForKey(u"key"_s), 2);
+    defaults.setObject(3, u"key"_s);
+    QCOMPARE(defaults.integerForKey(u"key"_s), 3);
+    defaults.removeObjectForKey(u"key"_s);
+    QCOMPARE(defaults.integerForKey(u"key"_s), 2);
+    QCOMPARE(defaults.integerForKey(u"other"_s), 1);
+    QVERIFY(defaults.persistentDomainForName(u"app"_s).isEmpty());
+    QVERIFY(defaults.synchronize());
+    QCOMPARE(defaults.stringArrayForKey(u"AppleLanguages"_s), (QStringList{u"de"_s, u"en"_s}));
+}
+
+void NSUserDefaultsTest::readsByThePlatformsRules()
+{
+    NSUserDefaults defaults(_path, u"app"_s);
+    defaults.registerDefaults({{u"no"_s, u"NO"_s},
+                               {u"3.9"_s, 3.9},
+                               {u"12 apples"_s, u"12 apples"_s},
+                               {u"list"_s, QVariantList{u"a"_s, 1}}});
+    QVERIFY(!defaults.boolForKey(u"no"_s));
+    QVERIFY(defaults.boolForKey(u"3.9"_s));
+    QCOMPARE(defaults.integerForKey(u"3.9"_s), 3);
+    QCOMPARE(defaults.floatForKey(u"3.9"_s), 3.9F);
+    QCOMPARE(defaults.integerForKey(u"12 apples"_s), 12);
+    QVERIFY(defaults.stringForKey(u"3.9"_s).isNull());
+    QCOMPARE(defaults.arrayForKey(u"list"_s).size(), 2);
+    QVERIFY(defaults.stringArrayForKey(u"list"_s).isEmpty());
+    QVERIFY(defaults.dictionaryForKey(u"list"_s).isEmpty());
+}
+
+void NSUserDefaultsTest::keepsWhatWasSet()
+{
+    const QVariantMap plugins{{u"Photo \u00E9"_s, QVariantMap{{u"odd"_s, QString(QChar(0xD800))}}}};
+    {
+        NSUserDefaults defaults(_path, u"app"_s);
+        defaults.setObject(plugins, u"Plugins"_s);
+        defaults.setObject(QVariant::fromValue(QChar(u'x')), u"no property list"_s);
+    }
+    NSUserDefaults defaults(_path, u"app"_s);
+    QCOMPARE(defaults.dictionaryForKey(u"Plugins"_s), plugins);
+    QCOMPARE(defaults.persistentDomainForName(u"app"_s).size(), 1);
+    // What another process wrote is seen after synchronising, and a file in XML is as good.
+    QFile other(file(u"app"_s));
+    QVERIFY(other.open(QIODevice::WriteOnly | QIODevice::Truncate));
+    other.write("<plist version=\"1.0\"><dict><key>uppercaseColorCodes</key><true/></dict></plist>");
+    other.close();
+    QVERIFY(!defaults.boolForKey(u"uppercaseColorCodes"_s));
+    QVERIFY(defaults.synchronize());
+    QVERIFY(defaults.boolForKey(u"uppercaseColorCodes"_s));
+    defaults.setPersistentDomain({}, u"app"_s);
+    QVERIFY(defaults.synchronize());
+    QVERIFY(!QFile::exists(file(u"app"_s)));
+}
+
+void NSUserDefaultsTest::keepsDamagedFilesAside()
+{
+    QVERIFY(QDir().mkpath(_path));
+    for (const QByteArray bytes : {"bplist00 damaged", "<plist><array/></plist>"}) {
+        QFile broken(file(u"app"_s));
+        QVERIFY(broken.open(QIODevice::WriteOnly | QIODevice::Truncate) && broken.write(bytes) > 0);
+        broken.close();
+        NSUserDefaults defaults(_path, u"app"_s);
+        QVERIFY(!defaults.objectForKey(u"key"_s).isValid());
+        QVERIFY(defaults.synchronize());
+        QVERIFY2(QFile::exists(file(u"app"_s)), "reading alone moves nothing");
+        defaults.setObject(1, u"key"_s);
+        QVERIFY(defaults.synchronize());
+        QCOMPARE(NSUserDefaults(_path, u"app"_s).integerForKey(u"key"_s), 1);
+    }
+    QFile kept(_path + u"/app.plist.damaged-2"_s);
+    QVERIFY(kept.open(QIODevice::ReadOnly));
+    QCOMPARE(kept.readAll(), QByteArray("<plist><array/></plist>"));
+}
+
+void NSUserDefaultsTest::staysInItsFolder_data()
+{
+    QTest::addColumn<QString>("name");
+    QTest::addColumn<QString>("written");
+    QTest::newRow("upwards") << u"../../out"_s << u"out.plist"_s;
+    QTest::newRow("parent") << u".."_s << QString();
+    QTest::newRow("root") << u"/"_s << QString();
+    QTest::newRow("empty") << u""_s << QString();
+    QTest::newRow("too long") << QString(300, u'x') << QString();
+}
+
+void NSUserDefaultsTest::staysInItsFolder()
+{
+    QFETCH(QString, name);
+    QFETCH(QString, written);
+    NSUserDefaults defaults(_path, name);
+    defaults.setObject(1, u"key"_s);
+    defaults.setPersistentDomain({{u"key"_s, 2}}, name);
+    QVERIFY(defaults.synchronize());
+    QCOMPARE(QDir(_path).entryList(QDir::Files | QDir::Hidden),
+             written.isNull() ? QStringList() : QStringList{written});
+    QCOMPARE(defaults.integerForKey(u"key"_s), written.isNull() ? 0 : 2);
+}
+
+void NSUserDefaultsTest::saysWhenItCannotWrite()
+{
+    NSUserDefaults defaults(_path, u"app"_s);
+    QFile inTheWay(_folder->filePath(u"file"_s));
+    QVERIFY(inTheWay.open(QIODevice::WriteOnly));
+    defaults.setFolder(inTheWay.fileName());
+    defaults.setObject(2, u"key"_s);
+    QVERIFY(!defaults.synchronize());
+    QVERIFY(inTheWay.remove());
+    QVERIFY2(defaults.synchronize(), "changes are kept until they can be written");
+    QCOMPARE(NSUserDefaults(inTheWay.fileName(), u"app"_s).integerForKey(u"key"_s), 2);
+}
+
+void NSUserDefaultsTest::isSafeOnThreads()
+{
+    NSUserDefaults defaults(_path, u"app"_s);
+    std::vector<std::thread> threads;
+    for (int number = 0; number < 4; ++number) {
+        threads.emplace_back([&defaults, number] {
+            for (int i = 0; i < 200; ++i) {
+                defaults.setObject(i, QString::number(number));
+                (void)defaults.boolForKey(u"0"_s);
+                if (i % 50 == number)
+                    defaults.synchronize();
+            }
+        });
+    }
+    for (std::thread &thread : threads)
+        thread.join();
+    QVERIFY(defaults.synchronize());
+    for (int number = 0; number < 4; ++number)
+        QCOMPARE(defaults.integerForKey(QString::number(number)), 199);
+}
+
+void NSUserDefaultsTest::findsTheUsersFolder()
+{
+    qputenv("XDG_CONFIG_HOME", QFile::encodeName(_folder->path()));
+    NSUserDefaults &defaults = NSUserDefaults::standardUserDefaults();
+    defaults.setObject(5, u"StyledTextCellBorder"_s);
+    QVERIFY(defaults.synchronize());
+    QVERIFY(QFile::exists(_folder->filePath(u"QFPluginUtilities/com.corvale.quillfern.plist"_s)));
+}
+
+QTEST_APPLESS_MAIN(NSUserDefaultsTest)
+#include "NSUserDefaultsTest.moc"
