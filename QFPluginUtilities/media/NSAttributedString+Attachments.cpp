@@ -2,6 +2,15 @@
 
 #include <typeinfo>
 
+namespace {
+
+bool isExactlyOurs(const NSTextAttachment &attachment)
+{
+    return typeid(attachment) == typeid(QFTextAttachment);
+}
+
+} // namespace
+
 QList<QFTextAttachmentPtr> Attachments::attachmentsForRange(const NSAttributedString &text, NSRange range)
 {
     range = range.clippedTo(text.length());
@@ -14,8 +23,7 @@ QList<QFTextAttachmentPtr> Attachments::attachmentsForRange(const NSAttributedSt
         if (value.metaType() != QMetaType::fromType<NSTextAttachmentPtr>())
             continue;
         const auto attachment = value.value<NSTextAttachmentPtr>();
-        if (attachment &&
-            typeid(*attachment) == typeid(QFTextAttachment)) // NOLINT(bugprone-*): no side effects
+        if (attachment && isExactlyOurs(*attachment))
             found.append(std::static_pointer_cast<QFTextAttachment>(attachment));
     }
     return found;
