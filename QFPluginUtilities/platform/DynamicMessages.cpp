@@ -133,7 +133,7 @@ Answers answersOf(const QMetaObject &meta, QByteArrayView name, qsizetype argume
             stillAnswers(found->answers, meta, name, argumentCount))
             return found->answers;
     }
-    const Answers answers = findAnswers(meta, name, argumentCount);
+    Answers answers = findAnswers(meta, name, argumentCount);
     const std::unique_lock lock(shared.mutex);
     if (shared.entries.size() >= maximumCacheEntries)
         shared.entries.clear();

@@ -15,7 +15,6 @@ void adviseLargePages([[maybe_unused]] void *memory, [[maybe_unused]] size_t siz
     const uintptr_t first = (start + largePage - 1) & ~(largePage - 1);
     const uintptr_t end = (start + size) & ~(largePage - 1);
     if (first < end)
-        (void)madvise(reinterpret_cast<void *>(first), end - first,
-                      MADV_HUGEPAGE); // NOLINT(performance-no-int-to-ptr)
+        (void)madvise(static_cast<char *>(memory) + (first - start), end - first, MADV_HUGEPAGE);
 #endif
 }

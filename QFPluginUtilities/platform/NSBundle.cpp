@@ -72,7 +72,7 @@ struct NSBundle::Private
     [[nodiscard]] QString pathInLanguages(const QString &file) const
     {
         for (const QString &language : localizationFolders(languages)) {
-            const QString path = root + u'/' + language + u".lproj/"_s + file;
+            QString path = root + u'/' + language + u".lproj/"_s + file;
             if (QFileInfo::exists(path))
                 return path;
         }

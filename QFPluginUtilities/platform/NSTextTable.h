@@ -68,7 +68,8 @@ public:
 private:
     static constexpr size_t index(NSTextBlockLayer layer)
     {
-        return static_cast<size_t>(static_cast<int>(layer)) + 1; // from -1 on
+        const int fromPadding = static_cast<int>(layer) - static_cast<int>(NSTextBlockLayer::Padding);
+        return static_cast<size_t>(fromPadding);
     }
 
     std::array<std::array<double, 4>, 3> _widths{};

@@ -17,8 +17,8 @@ constexpr std::array<bool, 128> makeLiteralUnits()
     for (size_t unit = 0; unit < literal.size(); ++unit)
         literal[unit] =
             (unit >= '0' && unit <= '9') || (unit >= 'A' && unit <= 'Z') || (unit >= 'a' && unit <= 'z');
-    for (const char unit : std::string_view(" @:/-_?.=;+()#"))
-        literal[static_cast<size_t>(unit)] = true;
+    for (const char16_t unit : std::u16string_view(u" @:/-_?.=;+()#"))
+        literal[unit] = true;
     return literal;
 }
 
@@ -117,8 +117,8 @@ QFStringUtilities::dataUsingHTMLEscapesWithNSStringEncoding(const QString &text,
                                                     CFStringConvertNSStringEncodingToEncoding(encoding));
 }
 
-qsizetype QFStringUtilities::replaceOccurrencesOfStringWithString(QString &text, const QString &target,
-                                                                  const QString &replacement)
+qsizetype QFStringUtilities::replaceOccurrencesOfString(QString &text, const QString &target,
+                                                        const QString &withString)
 {
     QString replaced;
     qsizetype count = 0;
@@ -126,7 +126,7 @@ qsizetype QFStringUtilities::replaceOccurrencesOfStringWithString(QString &text,
     const QFCanonicalSearch search(text, target);
     for (NSRange hit = search.next(0); hit.location != NSNotFound; hit = search.next(hit.end())) {
         replaced.append(QStringView(text).sliced(copied, hit.location - copied));
-        replaced.append(replacement);
+        replaced.append(withString);
         copied = hit.end();
         ++count;
     }

@@ -138,12 +138,12 @@ qsizetype QFUnitEncoder::firstReplaced(QStringView text) const
     const Block::Suspects suspects(_lowest, _breaksLines);
     const char16_t *units = text.utf16();
     for (qsizetype i = 0; i < text.size();) {
-        if (text.size() - i >= blockLength && suspects.in(Block(units + i)) == 0)
-            i += blockLength;
-        else if (const qsizetype end = std::min(text.size(), i + blockLength); true)
-            for (; i < end; ++i)
-                if (replaces(units[i]))
-                    return i;
+        const qsizetype end = std::min(text.size(), i + blockLength);
+        if (end - i == blockLength && suspects.in(Block(units + i)) == 0)
+            i = end;
+        for (; i < end; ++i)
+            if (replaces(units[i]))
+                return i;
     }
     return -1;
 }

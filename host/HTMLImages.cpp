@@ -1,0 +1,111 @@
+#include "host/HTMLImages.h"
+
+#include "host/ContainedPath.h"
+#include "platform/NSStringPathExtensions.h"
+
+#include <QFileInfo>
+#include <QUrl>
+
+#include <algorithm>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qint64 kMaximumBytes = qint64(1) << 30; // of all pictures of a document
+
+bool hasScheme(QStringView source)
+{
+    const qsizetype colon = source.indexOf(u':');
+    const qsizetype slash = source.indexOf(u'/');
+    return colon > 0 && (slash < 0 || colon < slash);
+}
+
+/// A picture written into its address: "data:image/png;base64,…".
+NSFileWrapperPtr pictureInAddress(const QString &source)
+{
+    const qsizetype comma = source.indexOf(u',');
+    const QStringView header = QStringView(source).left(comma);
+    if (comma < 0 || !header.startsWith(u"data:image/", Qt::CaseInsensitive) ||
+        !header.endsWith(u";base64", Qt::CaseInsensitive))
+        return nullptr;
+    const auto decoded = QByteArray::fromBase64Encoding(
+        QUrl::fromPercentEncoding(QStringView(source).mid(comma + 1).toUtf8()).toLatin1());
+    if (!decoded || decoded.decoded.isEmpty())
+        return nullptr;
+    const QStringView type = header.mid(11, header.indexOf(u';') - 11);
+    QString extension = type.contains(u"jpeg") ? u"jpg"_s : type.toString().toLower();
+    for (QChar &unit : extension) {
+        if (!unit.isLetterOrNumber())
+            unit = u'_';
+    }
+    const NSFileWrapperPtr file = NSFileWrapper::regularFileWithContents(decoded.decoded);
+    file->setPreferredFilename(u"image."_s + extension.left(16));
+    return file;
+}
+
+NSFileWrapperPtr copyOf(const NSFileWrapperPtr &file)
+{
+    const NSFileWrapperPtr copy = NSFileWrapper::regularFileWithContents(file->regularFileContents());
+    copy->setFilename(file->filename());
+    copy->setPreferredFilename(file->preferredFilename());
+    copy->setFileAttributes(file->fileAttributes());
+    return copy;
+}
+
+} // namespace
+
+std::shared_ptr<QFTextAttachment> HTMLImages::attachment(const QString &source, const QString &alternative,
+                                                         const Size &size, bool keepsName)
+{
+    const QString address = source.trimmed();
+    const bool inAddress = address.startsWith(u"data:", Qt::CaseInsensitive);
+    const NSFileWrapperPtr file = inAddress ? pictureInAddress(address) : localFile(address);
+    if (!file)
+        return nullptr;
+    auto attachment = std::make_shared<QFTextAttachment>(file);
+    QVariantMap &media = attachment->mediaAttributes();
+    if (!alternative.isNull())
+        media[u"alttag"_s] = alternative;
+    if (size.width && *size.width > 0)
+        media[u"width"_s] = static_cast<float>(*size.width);
+    if (size.height && *size.height > 0)
+        media[u"height"_s] = static_cast<float>(*size.height);
+    if (keepsName)
+        media[u"filename"_s] = uniqueName(*file);
+    return attachment;
+}
+
+/// The picture's own name, with a number when another picture has taken it.
+QString HTMLImages::uniqueName(const NSFileWrapper &file)
+{
+    const QString name = file.preferredFilename();
+    const QString stem = NSStringPathExtensions::stringByDeletingPathExtension(name);
+    const QString extension = NSStringPathExtensions::pathExtension(name);
+    QString candidate = name;
+    while (_names.contains(candidate) && _names.value(candidate) != file.regularFileContents()) {
+        int &number = _numbers[name];
+        number = std::max(number + 1, 2);
+        candidate = stem + u'-' + QString::number(number) + u'.' + extension;
+    }
+    _names.insert(candidate, file.regularFileContents());
+    return candidate;
+}
+
+NSFileWrapperPtr HTMLImages::localFile(const QString &source)
+{
+    if (hasScheme(source) || source.startsWith(u'/'))
+        return nullptr;
+    const QString name = QUrl::fromPercentEncoding(source.section(u'#', 0, 0).section(u'?', 0, 0).toUtf8());
+    const QString path = QFileInfo(containedPath(_baseFolder, name)).canonicalFilePath();
+    if (path.isEmpty() || !QFileInfo(path).isFile())
+        return nullptr;
+    NSFileWrapperPtr &known = _files[path];
+    if (!known) {
+        known = NSFileWrapper::wrapperWithPath(path, kMaximumBytes - _bytes);
+        if (!known || !known->isRegularFile())
+            return nullptr;
+        _bytes += known->regularFileContents().size();
+    }
+    return copyOf(known);
+}

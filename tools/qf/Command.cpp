@@ -1,0 +1,106 @@
+#include "tools/qf/Command.h"
+
+#include "platform/QFReport.h"
+
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonDocument>
+#include <QSaveFile>
+
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr qsizetype kMaximumNotes = 20;
+
+} // namespace
+
+std::optional<int> parsed(QCommandLineParser &parser, const QStringList &arguments, const char *help)
+{
+    parser.addOption({{u"h"_s, u"help"_s}, {}});
+    if (!parser.parse(arguments))
+        return wrongUsage(parser.errorText());
+    if (!parser.isSet(u"help"_s))
+        return {};
+    std::fputs(help, stdout);
+    return Done;
+}
+
+void complain(const QString &sentence)
+{
+    std::fprintf(stderr, "qf: %s\n", sentence.toUtf8().constData());
+}
+
+int wrongUsage(const QString &sentence)
+{
+    complain(sentence);
+    return WrongUsage;
+}
+
+int failed(const QString &sentence)
+{
+    complain(sentence);
+    return Failed;
+}
+
+int writeOutput(const QByteArray &bytes, const QString &path)
+{
+    if (path.isEmpty() || path == u"-") {
+        const auto size = static_cast<size_t>(bytes.size());
+        if (std::fwrite(bytes.constData(), 1, size, stdout) != size || std::fflush(stdout) != 0)
+            return failed(u"standard output could not be written"_s);
+        return Done;
+    }
+    // A file is replaced whole. A device or pipe must be written to: replacing it would put a file in its
+    // place.
+    const QFileInfo existing(path);
+    if (existing.exists() && !existing.isFile()) {
+        QFile device(path);
+        if (!device.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || device.write(bytes) != bytes.size())
+            return failed(path + u": "_s + device.errorString());
+        return Done;
+    }
+    QSaveFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size() || !file.commit())
+        return failed(path + u": "_s + file.errorString());
+    return Done;
+}
+
+QByteArray utf8WithReferences(const QString &text)
+{
+    if (text.isValidUtf16())
+        return text.toUtf8();
+    QByteArray bytes;
+    qsizetype copied = 0;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar unit = text.at(i);
+        if (unit.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) {
+            ++i;
+        } else if (unit.isSurrogate()) {
+            bytes += QStringView(text).mid(copied, i - copied).toUtf8();
+            bytes += "&#" + QByteArray::number(unit.unicode()) + ';';
+            copied = i + 1;
+        }
+    }
+    return bytes + QStringView(text).mid(copied).toUtf8();
+}
+
+void printLosses(const QFReport &report)
+{
+    qsizetype count = 0;
+    for (const QFReportRecord &record : report.records()) {
+        if (record.logged || ++count > kMaximumNotes)
+            continue;
+        const QString file = record.file.isNull() ? QString() : u" ("_s + record.file + u')';
+        complain(u"note: "_s + record.message + file);
+    }
+    if (count > kMaximumNotes)
+        complain(u"note: and "_s + QString::number(count - kMaximumNotes) + u" more of the kind"_s);
+}
+
+int writeReport(const QFReport &report, const QString &path)
+{
+    return path.isNull() ? Done : writeOutput(QJsonDocument(report.toJson()).toJson(), path);
+}

@@ -1,0 +1,114 @@
+#include "tools/qf/Command.h"
+
+#include "text/QFCharacterConverter.h"
+#include "text/QFStrings.h"
+
+#include <QFile>
+#include <QStringDecoder>
+
+#include <array>
+#include <cstdio>
+#include <optional>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr const char *kHelp =
+    R"(Usage: qf text OPERATION [arguments] < in > out
+
+Changes text from standard input, which must be UTF-8, and writes bytes to standard output exactly.
+
+  escape-xml                for XML and HTML text
+  escape-html-attribute     for attribute values
+  escape-php                for PHP literals in apostrophes
+  numeric [--all]           hexadecimal references for what is not plain (with --all, for everything)
+  entities [--all]          named references; with --all for < > & " too
+  encode CHARSET-NUMBER     bytes of a character set, with decimal references for what it cannot hold. The
+                            number is decimal or starts with 0x: 0x0600 ASCII, 0x0201 ISO Latin 1,
+                            0x08000100 UTF-8, 0x0A01 Shift-JIS, 0x0A03 Big5
+
+Exit codes: 0 done; 1 failed (input that is not UTF-8, another character set); 2 wrong usage.
+)";
+
+using Operation = QString (*)(const QString &text, bool all);
+
+struct NamedOperation
+{
+    QStringView name;
+    Operation run;
+    bool takesAll;
+};
+
+constexpr std::array<NamedOperation, 5> kOperations{{
+    {u"escape-xml",
+     [](const QString &text, bool) { return QFStringUtilities::stringEscapedForXMLElementText(text); },
+     false},
+    {u"escape-html-attribute",
+     [](const QString &text, bool) { return QFStringUtilities::stringEscapedForHTMLAttribute(text); }, false},
+    {u"escape-php",
+     [](const QString &text, bool) {
+         return QFStringUtilities::stringEscapedForInclusionInSingleQuotedPHPString(text);
+     },
+     false},
+    {u"numeric",
+     [](const QString &text, bool all) { return QFStringUtilities::convertToNumericalReferences(text, all); },
+     true},
+    {u"entities",
+     [](const QString &text, bool all) { return QFCharacterConverter::encodeUnicodeForHTML(text, !all); },
+     true},
+}};
+
+/// All of standard input, or nothing when it is not UTF-8.
+std::optional<QString> readInput()
+{
+    QFile input;
+    if (!input.open(stdin, QIODevice::ReadOnly))
+        return {};
+    const QByteArray bytes = input.readAll();
+    QStringDecoder decoder(QStringConverter::Utf8, QStringConverter::Flag::ConvertInitialBom);
+    QString text = decoder.decode(bytes);
+    if (decoder.hasError() || input.error() != QFile::NoError)
+        return {};
+    return text;
+}
+
+int inputFailed()
+{
+    return failed(u"standard input is not UTF-8"_s);
+}
+
+int encode(const QString &charset)
+{
+    bool ok = false;
+    const quint32 encoding = charset.toUInt(&ok, 0);
+    if (!ok)
+        return wrongUsage(u"encode needs the number of a character set; see qf text --help"_s);
+    const std::optional<QString> text = readInput();
+    if (!text)
+        return inputFailed();
+    const auto bytes = QFStringUtilities::dataUsingHTMLEscapesWithCFStringEncoding(*text, encoding);
+    return bytes ? writeOutput(*bytes, {}) : failed(u"there is no character set "_s + charset);
+}
+
+} // namespace
+
+int runText(const QStringList &arguments)
+{
+    QCommandLineParser parser;
+    parser.addOption({u"all"_s, {}});
+    if (const auto code = parsed(parser, arguments, kHelp))
+        return *code;
+    const QStringList words = parser.positionalArguments();
+    const QString name = words.value(0);
+    const bool all = parser.isSet(u"all"_s);
+    if (name == u"encode" && words.size() == 2 && !all)
+        return encode(words.at(1));
+    for (const NamedOperation &operation : kOperations) {
+        if (operation.name != name || words.size() != 1 || (all && !operation.takesAll))
+            continue;
+        const std::optional<QString> text = readInput();
+        return text ? writeOutput(utf8WithReferences(operation.run(*text, all)), {}) : inputFailed();
+    }
+    return wrongUsage(u"that is no operation; see qf text --help"_s);
+}

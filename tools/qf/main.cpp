@@ -1,0 +1,63 @@
+#include "tools/qf/Command.h"
+
+#include <QCoreApplication>
+#include <QFileInfo>
+
+#include <array>
+#include <cstdio>
+
+using namespace Qt::StringLiterals;
+
+namespace {
+
+constexpr const char *kHelp = R"(Usage: qf COMMAND [arguments]
+
+  export     styled text, archives, HTML and Markdown as a page's HTML
+  convert    between styled-text JSON and archives, and from HTML and Markdown
+  text       escape and encode text
+
+qf COMMAND --help says more; qf --version prints the version.
+)";
+
+struct Command
+{
+    QStringView name;
+    int (*run)(const QStringList &arguments);
+};
+
+constexpr std::array<Command, 3> kCommands{
+    {{u"export", runExport}, {u"convert", runConvert}, {u"text", runText}}};
+
+/// What the library logs, as plain lines.
+void printMessage(QtMsgType type, const QMessageLogContext &, const QString &message)
+{
+    const char *kind = type == QtDebugMsg     ? "debug"
+                       : type == QtInfoMsg    ? "note"
+                       : type == QtWarningMsg ? "warning"
+                                              : "error";
+    std::fprintf(stderr, "qf: %s: %s\n", kind, message.toUtf8().constData());
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    const QCoreApplication application(argc, argv);
+    qInstallMessageHandler(printMessage);
+    const QStringList arguments = QCoreApplication::arguments().mid(1);
+    const QString first = arguments.value(0);
+    if (first == u"--version") {
+        std::puts("qf " QF_VERSION);
+        return Done;
+    }
+    if (first == u"--help" || first == u"-h" || first == u"help") {
+        std::fputs(kHelp, stdout);
+        return Done;
+    }
+    for (const Command &command : kCommands) {
+        if (command.name == first)
+            return command.run(arguments);
+    }
+    return wrongUsage(first.isEmpty() ? u"a command is needed; see qf --help"_s
+                                      : u"there is no command \""_s + first + u"\"; see qf --help"_s);
+}
