@@ -228,6 +228,8 @@ NSAttributeDictionary Reader::dictionary(const QJsonObject &attributes, const QS
         const auto found = std::find_if(kKnownKeys.begin(), kKnownKeys.end(),
                                         [key](const KnownKey &candidate) { return candidate.key == key; });
         const KnownKey *reader = found == kKnownKeys.end() ? nullptr : &*found;
+        if (key.isNull())
+            reportLoss(u"attribute"_s, where + u'.' + entry.key() + u": left out, too many different keys"_s);
         const QVariant value = valueFor(reader, entry.value(), where + u'.' + entry.key());
         if (value.isValid())
             entries.emplace_back(key, value);

@@ -147,7 +147,7 @@ void StyledTextArchiveTest::survivesDamage()
     for (qsizetype size = 0; size < good.size(); ++size)
         passed = passed && !createStringFromArchive(good.first(size));
     int read = 0;
-    for (int i = 0; i < 20'000; ++i) {
+    for (int i = 0; i < 5'000; ++i) {
         QByteArray bad = good;
         for (int flips = random.bounded(1, 4); flips > 0; --flips)
             bad[random.bounded(bad.size())] = static_cast<char>(random.generate());

@@ -26,7 +26,6 @@ private Q_SLOTS:
     void keepsPlainValues();
     void hasThePlatformsLayout();
     void keepsKeysAndSequencesApart();
-    void keepsIdentity();
     void storesEqualValuesOnce();
     void leavesOutWhatItDoesNotKnow();
     void keepsTablesAndFiles();
@@ -149,16 +148,6 @@ void NSKeyedArchiverTest::keepsKeysAndSequencesApart()
     QCOMPARE(unarchiver.decodeDouble(u"nan"), 0.0);
     QVERIFY(unarchiver.containsValueForKey(u"nil") && isNil(unarchiver.decodeObject(u"nil")));
     QVERIFY(!unarchiver.containsValueForKey(u"other") && !unarchiver.decodeBool(u"nil"));
-}
-
-void NSKeyedArchiverTest::keepsIdentity()
-{
-    const auto one = std::make_shared<NSTextTable>();
-    const auto two = std::make_shared<NSTextTable>();
-    const QVariantList back = thereAndBack(QVariantList{variant(one), variant(two), variant(one)}).toList();
-    QCOMPARE(back.size(), 3);
-    QVERIFY(sameValue(back[0], back[2]));
-    QVERIFY(!sameValue(back[0], back[1]) && !isNil(back[1]));
 }
 
 void NSKeyedArchiverTest::storesEqualValuesOnce()

@@ -20,7 +20,6 @@ private Q_SLOTS:
         _path = _folder->filePath(u"made/on/demand"_s);
     }
     void searchesDomainsInOrder();
-    void readsByThePlatformsRules();
     void keepsWhatWasSet();
     void keepsDamagedFilesAside();
     void staysInItsFolder_data();
@@ -53,24 +52,6 @@ void NSUserDefaultsTest::searchesDomainsInOrder()
     QVERIFY(defaults.persistentDomainForName(u"app"_s).isEmpty());
     QVERIFY(defaults.synchronize());
     QCOMPARE(defaults.stringArrayForKey(u"AppleLanguages"_s), (QStringList{u"de"_s, u"en"_s}));
-}
-
-void NSUserDefaultsTest::readsByThePlatformsRules()
-{
-    NSUserDefaults defaults(_path, u"app"_s);
-    defaults.registerDefaults({{u"no"_s, u"NO"_s},
-                               {u"3.9"_s, 3.9},
-                               {u"12 apples"_s, u"12 apples"_s},
-                               {u"list"_s, QVariantList{u"a"_s, 1}}});
-    QVERIFY(!defaults.boolForKey(u"no"_s));
-    QVERIFY(defaults.boolForKey(u"3.9"_s));
-    QCOMPARE(defaults.integerForKey(u"3.9"_s), 3);
-    QCOMPARE(defaults.floatForKey(u"3.9"_s), 3.9F);
-    QCOMPARE(defaults.integerForKey(u"12 apples"_s), 12);
-    QVERIFY(defaults.stringForKey(u"3.9"_s).isNull());
-    QCOMPARE(defaults.arrayForKey(u"list"_s).size(), 2);
-    QVERIFY(defaults.stringArrayForKey(u"list"_s).isEmpty());
-    QVERIFY(defaults.dictionaryForKey(u"list"_s).isEmpty());
 }
 
 void NSUserDefaultsTest::keepsWhatWasSet()

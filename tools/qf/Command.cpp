@@ -2,6 +2,8 @@
 
 #include "platform/QFReport.h"
 
+#include <QFile>
+#include <QFileInfo>
 #include <QJsonDocument>
 #include <QSaveFile>
 
@@ -49,6 +51,15 @@ int writeOutput(const QByteArray &bytes, const QString &path)
         const auto size = static_cast<size_t>(bytes.size());
         if (std::fwrite(bytes.constData(), 1, size, stdout) != size || std::fflush(stdout) != 0)
             return failed(u"standard output could not be written"_s);
+        return Done;
+    }
+    // A file is replaced whole. A device or pipe must be written to: replacing it would put a file in its
+    // place.
+    const QFileInfo existing(path);
+    if (existing.exists() && !existing.isFile()) {
+        QFile device(path);
+        if (!device.open(QIODevice::WriteOnly | QIODevice::Unbuffered) || device.write(bytes) != bytes.size())
+            return failed(path + u": "_s + device.errorString());
         return Done;
     }
     QSaveFile file(path);

@@ -27,7 +27,7 @@ int wrongUsage(const QString &sentence);
 int failed(const QString &sentence);
 
 /// Bytes out exactly: to standard output for "-" or nil, else into a file, which is replaced whole or not at
-/// all. An exit code.
+/// all; devices and pipes are written to. An exit code.
 [[nodiscard]] int writeOutput(const QByteArray &bytes, const QString &path);
 
 /// The text as UTF-8. Halves of surrogate pairs that stand alone, which UTF-8 cannot hold, become decimal

@@ -37,7 +37,9 @@ Pages and files:
   --prefix P              start of the names of these files (default: image)
   --files-folder NAME     name of the files folder (default: files)
   --assets-folder NAME    name of the assets folder (default: assets)
-  --template FILE         page to put the HTML into, for each %TAG% in it (default: just the HTML)
+  --template FILE         the exporter's template: text around each %TAG% (default: just the HTML). List items
+                          are exported through it too, so it suits texts without lists
+  --page FILE             page to put the finished HTML into, for each %TAG% in it; suits all texts
   --content-tag TAG       the tag (default: content)
   --depth N               folders between the page and where the site says it lies (default: 0)
 
@@ -67,7 +69,8 @@ struct ExportOptions
     QString contentTag;
     qint64 depth = 0;
     std::optional<NSFont> defaultFont;
-    std::unique_ptr<ExportPage> page; ///< nullptr without an image option
+    QString page;                         ///< around the finished HTML; nil for none
+    std::unique_ptr<ExportPage> fromPage; ///< nullptr without an image option
 };
 
 void addOptions(QCommandLineParser &parser)
@@ -76,6 +79,7 @@ void addOptions(QCommandLineParser &parser)
                        {u"images-folder"_s, {}, u"name"_s},
                        {u"prefix"_s, {}, u"prefix"_s, u"image"_s},
                        {u"template"_s, {}, u"file"_s},
+                       {u"page"_s, {}, u"file"_s},
                        {u"content-tag"_s, {}, u"tag"_s, u"content"_s},
                        {u"depth"_s, {}, u"n"_s, u"0"_s},
                        {u"default-font"_s, {}, u"font"_s},
@@ -132,7 +136,7 @@ QString readImageOptions(const QCommandLineParser &parser, ExportOptions &option
     if (hasQuality && quality.isNull())
         return u"--image-quality must be Best, High, Medium or Low"_s;
     if (hasFormat || hasQuality)
-        options.page = std::make_unique<ExportPage>(format, quality);
+        options.fromPage = std::make_unique<ExportPage>(format, quality);
     return {};
 }
 
@@ -164,17 +168,27 @@ QString readOptions(const QCommandLineParser &parser, ExportOptions &options)
     return readImageOptions(parser, options);
 }
 
-/// Reads the template; an error sentence when that fails.
-QString readTemplate(const QString &path, ExportOptions &options)
+/// Reads a template or page into `text`; an error sentence when that fails.
+QString readMarkup(const QString &path, QString &text)
 {
     QFile file(path);
     if (QFileInfo(path).isDir() || !file.open(QIODevice::ReadOnly))
         return path + u": cannot be read"_s;
     QStringDecoder decoder(QStringConverter::Utf8);
-    options.pageTemplate = decoder.decode(file.readAll());
+    text = decoder.decode(file.readAll());
     if (file.error() != QFile::NoError)
         return path + u": "_s + file.errorString();
     return decoder.hasError() ? path + u": is not UTF-8"_s : QString();
+}
+
+QString readMarkup(const QCommandLineParser &parser, ExportOptions &options)
+{
+    QString error;
+    if (parser.isSet(u"template"_s))
+        error = readMarkup(parser.value(u"template"_s), options.pageTemplate);
+    if (error.isNull() && parser.isSet(u"page"_s))
+        error = readMarkup(parser.value(u"page"_s), options.page);
+    return error;
 }
 
 QString exported(const ExportOptions &options, const QCommandLineParser &parser,
@@ -186,9 +200,11 @@ QString exported(const ExportOptions &options, const QCommandLineParser &parser,
         exporter.setFilesFolderName(parser.value(u"files-folder"_s));
     if (parser.isSet(u"assets-folder"_s))
         exporter.setAssetsFolderName(parser.value(u"assets-folder"_s));
-    return exporter.exportAttributedString(text, options.toPath, options.imagesFolder, options.prefix,
-                                           options.pageTemplate, options.contentTag, options.page.get(),
-                                           options.depth);
+    const QString html = exporter.exportAttributedString(
+        text, options.toPath, options.imagesFolder, options.prefix, options.pageTemplate, options.contentTag,
+        options.fromPage.get(), options.depth);
+    return options.page.isNull() ? html
+                                 : QString(options.page).replace(u'%' + options.contentTag + u'%', html);
 }
 
 /// Preferences of this run only: what the user has set for other programs must not change what a command
@@ -196,7 +212,7 @@ QString exported(const ExportOptions &options, const QCommandLineParser &parser,
 void setPreferences(const QCommandLineParser &parser)
 {
     NSUserDefaults &defaults = NSUserDefaults::standardUserDefaults();
-    defaults.setFolder(u"/dev/null"_s); // holds no files and takes none
+    defaults.setFolder(u"/nonexistent"_s);
     if (parser.isSet(u"uppercase-colors"_s))
         defaults.registerDefaults({{u"uppercaseColorCodes"_s, true}});
 }
@@ -221,10 +237,8 @@ int runExport(const QStringList &arguments)
     ExportOptions options;
     if (const QString error = readOptions(parser, options); !error.isNull())
         return wrongUsage(error);
-    if (parser.isSet(u"template"_s)) {
-        if (const QString error = readTemplate(parser.value(u"template"_s), options); !error.isNull())
-            return failed(error);
-    }
+    if (const QString error = readMarkup(parser, options); !error.isNull())
+        return failed(error);
     if (!QDir().mkpath(options.toPath))
         return failed(options.toPath + u": the folder cannot be made"_s);
     setPreferences(parser);

@@ -1,0 +1,252 @@
+#include "host/HTMLImporter.h"
+#include "StyledDump.h"
+#include "host/MarkdownImporter.h"
+
+#include "platform/QFReport.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QTemporaryDir>
+#include <QTest>
+
+using namespace Qt::StringLiterals;
+
+class HTMLImporterTest : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void initTestCase();
+    void readsHTML_data();
+    void readsHTML();
+    void readsMarkdown_data();
+    void readsMarkdown();
+    void readsEncodings_data();
+    void readsEncodings();
+    void staysInTheDocumentsFolder_data();
+    void staysInTheDocumentsFolder();
+    void sharesDictionariesAndCells();
+    void survivesHostileInput_data();
+    void survivesHostileInput();
+
+private:
+    QTemporaryDir _folder;
+    QString _documents; ///< a folder inside; the documents lie here
+};
+
+void HTMLImporterTest::initTestCase()
+{
+    _documents = _folder.filePath(u"documents"_s);
+    QVERIFY(QDir().mkpath(_documents + u"/pictures"_s));
+    for (const QString &path : {_folder.filePath(u"secret.png"_s), _documents + u"/a b.png"_s,
+                                _documents + u"/pictures/c.png"_s, _documents + u"/pictures/a b.png"_s}) {
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        file.write(path.toUtf8());
+    }
+    QVERIFY(QFile::link(_folder.filePath(u"secret.png"_s), _documents + u"/link.png"_s));
+}
+
+void HTMLImporterTest::readsHTML_data()
+{
+    QTest::addColumn<QString>("html");
+    QTest::addColumn<QString>("dump");
+    const auto row = [](const char *name, const char *html, const char *dump) {
+        QTest::newRow(name) << QString::fromUtf8(html) << QString::fromUtf8(dump);
+    };
+    row("nothing", "", "");
+    row("blanks collapse, also between elements", " <p> a \n b<b> c</b> <i> d </i> e </p> ",
+        "[]a b[b] c[] [i]d []e");
+    row("an empty line between paragraphs", "<p>a<p>b<div>c</div><div>d</div>", "[]a↵↵b↵↵c↵d");
+    row("breaks: the last one of a paragraph is its end", "<p>a<br>b<br></p><p>c", "[]a↵b↵↵c");
+    row("headings keep their empty line in body size", "<h1>T</h1>x", "[b 24]T↵[]↵x");
+    row("faces and sizes", "<b><i>x</i></b><u>u</u><code>c</code><small>s</small><big>l</big>",
+        "[b i]x[u]u[Courier]c[10]s[14]l");
+    row("superscripts are directives", "x<sup>2</sup>", "[]x[<sup>]2");
+    row("fonts and colours of style attributes",
+        "<span style='color:#F00;font:bold 14px Georgia, serif'>a</span>"
+        "<font color=navy face='Unknown,Verdana' size=5>b</font><span style='font-family:Nowhere'>c</span>",
+        "[Georgia-Bold b 14 #255/0/0]a[Verdana 18 #0/0/128]b[]c");
+    row("slanted Courier keeps a name that exports", "<code><i>x</i></code>", "[Courier i]x");
+    row("alignments", "<p align=right>r<center>c</center><p style='text-align:justify'>j<p dir=rtl>x",
+        "[right]r↵↵[center]c↵↵[justified]j↵↵[right]x");
+    row("hidden and foreign content",
+        "a<script>'<p>'</script><style>p{}</style><title>t</title>"
+        "<p style='display:none'>h<b>i</b></p><select><option>o</select>b<!-- <p> -->",
+        "[]ab");
+    row("text that would be markup stays text",
+        "<p>vector&lt;int&gt; a &lt; b AT&amp;T &amp; co &amp;lt; &#60;/p>",
+        "[]vector&lt;int> a < b AT&amp;T & co &amp;lt; &lt;/p>");
+    row("references", "&eacute;&#233;&#xE9;&#x80;&nope;&hearts &#xD800;&#0;&#1114112;&apos;",
+        "[]ééé€&amp;nope;♥ \uFFFD\uFFFD\uFFFD'");
+    row("lists", "<p>t<ul><li>a<li>b <b>c</b></ul><ol start=3><li>x<li value=9>y</ol>z",
+        "[]t↵[{disc}]→•→a↵→•→b [b {disc}]c↵[{decimal}]→3.→x↵→9.→y↵[]z");
+    row("nested lists carry all lists", "<ul><li>a<ul><li>b<ul><li>c</ul></ul>d<li>e</ul>",
+        "[{disc}]→•→a↵[{disc}{circle}]→◦→b↵[{disc}{circle}{square}]→▪→c↵[{disc}]→→d↵→•→e");
+    row("an item is one line", "<ul><li><p>a</p><p>b<br>c</p><li>d\te</ul>",
+        "[{disc}]→•→a[{disc} raw]<br /><br />[{disc}]b[{disc} raw]<br />[{disc}]c↵→•→d e");
+    row("list markers",
+        "<ol type=A><li>a</ol><ol type=i><li>a<li>b<li>c<li>d</ol><ol style='list-style-type:lower-alpha' "
+        "start=26><li>z<li>aa</ol>",
+        "[{upper-alpha}]→A.→a↵[{lower-roman}]→i.→a↵→ii.→b↵→iii.→c↵→iv.→d↵[{lower-alpha}]→z.→z↵→aa.→aa");
+    row("links",
+        "<a href='a.html'>a</a> <a href='http://x/?a=1&amp;b=2\"&lt;' title='T' rel=nofollow>b</a>"
+        "<a name=q>no link</a>",
+        "[->a.html]a[] [=>http://x/?a=1&b=2%22%3C|self|T|nofollow]b[]no link");
+    row("places that links lead to are raw anchors", "<h2 id=x>T</h2><p id=y><a href='#x'>x</a>",
+        "[raw]<a id=\"x\"></a>[b 18]T↵[]↵[->#x]x");
+    row("tables with spans", "<table><tr><th rowspan=2>a<td colspan=2>b<tr><td>c<td>d</table>e",
+        "[b 0,0:2x1/3]a↵[0,1:1x2/3]b↵[1,1:1x1/3]c↵[1,2:1x1/3]d↵[]e");
+    row("short rows are filled", "<table><tr><td>a<tr><td>b<td>c<tr></table>",
+        "[0,0:1x1/2]a↵[0,1:1x1/2]↵[1,0:1x1/2]b↵[1,1:1x1/2]c↵[2,0:1x1/2]↵[2,1:1x1/2]↵");
+    row("lists and tables inside cells",
+        "<table><tr><td><ul><li>a<li>b</ul><td><table><tr><td>c<td>d<tr><td>e</table></table>",
+        "[0,0:1x1/2]• a↵• b↵[0,1:1x1/2]c d↵e↵");
+    row("what follows a table closes it", "<table><tr><td>a</table><ul><li>b</ul>",
+        "[0,0:1x1/1]a↵[]↵[{disc}]→•→b");
+    row("preformatted text", "<pre>\n a  b\n\n\tc</pre><p>x",
+        "[Courier]\u00A0a \u00A0b↵↵\u00A0\u00A0\u00A0\u00A0\u00A0\u00A0\u00A0\u00A0"
+        "c↵[]↵x");
+    row("rules and quotations", "<p>a<hr><blockquote><p>q</blockquote>b", "[]a↵[raw]<hr />↵[i]q↵[]↵b");
+    row("pictures",
+        "<img src='a%20b.png' alt='x \"y\"' width=20><ul><li><img src='pictures/a%20b.png'></ul>"
+        "<img src=http://e/x.png alt=far>",
+        "[a b.png|x &quot;y&quot;|20|]\uFFFC[]↵[{disc}]→•→[{disc} a b.png|||a "
+        "b.png]\uFFFC[{disc}]↵[->http://e/x.png]far");
+    row("crossed and missing end tags", "<b><i>x</b>y</i></div></td><td>z<p>a</span>b", "[b i]x[]yz↵↵ab");
+}
+
+void HTMLImporterTest::readsHTML()
+{
+    QFETCH(QString, html);
+    QTEST(dumped(HTMLImporter::read(html.toUtf8(), _documents)), "dump");
+}
+
+void HTMLImporterTest::readsMarkdown_data()
+{
+    QTest::addColumn<QByteArray>("markdown");
+    QTest::addColumn<QString>("dump");
+    QTest::newRow("inline marks") << QByteArray("a **b** *c* `d <e>` [l](u \"T\") <i>h</i> \\*")
+                                  << u"[]a [b]b[] [i]c[] [Courier]d &lt;e>[] [=>u|self|T|]l[] [i]h[] *"_s;
+    QTest::newRow("blocks")
+        << QByteArray("# H\n\n> q\n\n```c\nx  y\n```\n\n1. a\n\n   b\n2. c\n   - d\n\n- [x] t\n")
+        << u"[b 24]H↵[]↵[i]q↵[]↵[Courier]x \u00A0y↵[{decimal}]→1.→a[{decimal} raw]<br /><br />"
+           "[{decimal}]b↵→2.→c↵[{decimal}{circle}]→◦→d↵[{disc}]→•→☑ t"_s;
+    QTest::newRow("tables") << QByteArray("|a|b|\n|---|--:|\n|c|d|\n")
+                            << u"[b 0,0:1x1/2]a↵[b right 0,1:1x1/2]b↵[1,0:1x1/2]c↵[right 1,1:1x1/2]d↵"_s;
+    QTest::newRow("alternative text in pieces")
+        << QByteArray("![a *b* \"c\"](pictures/c.png)") << u"[c.png|a b &quot;c&quot;||]\uFFFC"_s;
+}
+
+void HTMLImporterTest::readsMarkdown()
+{
+    QFETCH(QByteArray, markdown);
+    const DocumentResult result = MarkdownImporter::read(markdown, _documents);
+    QVERIFY2(result.isValid(), qPrintable(result.error));
+    QTEST(dumped(result.text), "dump");
+}
+
+void HTMLImporterTest::readsEncodings_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::newRow("UTF-8 when nothing is said") << QByteArray("<p>\xC3\xA9");
+    QTest::newRow("byte order mark") << QByteArray("\xEF\xBB\xBF<p>\xC3\xA9");
+    QTest::newRow("UTF-16") << QByteArray("\xFF\xFE<\0p\0>\0\xE9\0", 10);
+    QTest::newRow("meta charset") << QByteArray("<meta charset=iso-8859-1><p>\xE9");
+    QTest::newRow("http-equiv") << QByteArray(
+        "<meta http-equiv=Content-Type content='text/html; charset=ISO-8859-1'><p>\xE9");
+}
+
+void HTMLImporterTest::readsEncodings()
+{
+    QFETCH(QByteArray, bytes);
+    QCOMPARE(HTMLImporter::read(bytes, {}).string(), u"é"_s);
+}
+
+void HTMLImporterTest::staysInTheDocumentsFolder_data()
+{
+    QTest::addColumn<QString>("source");
+    QTest::newRow("parent") << u"../secret.png"_s;
+    QTest::newRow("parent, encoded") << u"%2e%2e/secret.png"_s;
+    QTest::newRow("through a folder") << u"pictures/../../secret.png"_s;
+    QTest::newRow("absolute") << _folder.filePath(u"secret.png"_s);
+    QTest::newRow("file URL") << u"file://"_s + _folder.filePath(u"secret.png"_s);
+    QTest::newRow("a link that leads out") << u"link.png"_s;
+    QTest::newRow("folder") << u"pictures"_s;
+    QTest::newRow("device") << u"../../../../../../dev/zero"_s;
+    QTest::newRow("resource") << u":/x"_s;
+    QTest::newRow("missing") << u"none.png"_s;
+}
+
+void HTMLImporterTest::staysInTheDocumentsFolder()
+{
+    QFETCH(QString, source);
+    QFReport report;
+    const QFReport::Installed collecting(report);
+    const QString html = u"<img alt=x src='"_s + source + u"'>"_s;
+    QCOMPARE(dumped(HTMLImporter::readText(html, _documents)), u"[]x"_s);
+    QCOMPARE(report.records().size(), 1);
+    QCOMPARE(report.records().constFirst().file, source);
+}
+
+void HTMLImporterTest::sharesDictionariesAndCells()
+{
+    const NSAttributedString text = HTMLImporter::readText(
+        u"<p>a <b>b</b> c <b>d</b><table><tr><td>one<p>two</p><b>three</b><td>four</table>"_s, {});
+    QCOMPARE(text.runs().at(0).attributes.address(), text.runs().at(2).attributes.address());
+    QCOMPARE(text.runs().at(1).attributes.address(), text.runs().at(3).attributes.address());
+    const auto cellAt = [&](const QString &word) {
+        const auto style = text.attribute(NSParagraphStyleAttributeName, text.string().indexOf(word));
+        return style.value<NSParagraphStyle>().textBlocks.value(0);
+    };
+    QCOMPARE(cellAt(u"one"_s), cellAt(u"three"_s));
+    QVERIFY(cellAt(u"one"_s) != cellAt(u"four"_s));
+    QCOMPARE(cellAt(u"one"_s)->table, cellAt(u"four"_s)->table);
+}
+
+void HTMLImporterTest::survivesHostileInput_data()
+{
+    QTest::addColumn<QByteArray>("start");
+    QTest::addColumn<QByteArray>("repeated");
+    QTest::addColumn<int>("times");
+    const auto row = [](const char *name, const char *start, const QByteArray &repeated, int times) {
+        QTest::newRow(name) << QByteArray(start) << repeated << times;
+    };
+    row("deep blocks", "", "<div>", 200000);
+    row("deep lists", "", "<ul><li>x", 50000);
+    row("deep tables", "", "<table><tr><td>x", 50000);
+    row("deep style", "", "<b><span style='font-size:2em'>x", 50000);
+    row("end tags only", "", "</p></td></table></ul>", 50000);
+    row("giant spans", "<table>", "<tr><td colspan=1000000000 rowspan=1000000000>x", 3000);
+    row("endless row", "<table><tr>", "<td>x", 200000);
+    row("endless list", "<ul>", "<li>x", 200000);
+    row("references", "", "&amp;&#x41;&foo;&", 200000);
+    row("open tags", "", "<a ", 200000);
+    row("attributes", "<p ", "a='b' ", 200000);
+    row("comments", "", "<!--", 200000);
+    row("scripts", "", "<script>", 200000);
+    row("declarations", "<p style='", "color:red;font:1px x;", 50000);
+    row("places", "", "<a href='#a' id=a>x</a>", 50000);
+    row("NUL", "<p>", QByteArray(16, '\0'), 50000);
+    row("no characters at all", "<p>", "\xED\xA0\x80\xFF\xC0", 50000);
+    row("blanks", "<pre>", "\t\t\n ", 100000);
+}
+
+void HTMLImporterTest::survivesHostileInput()
+{
+    QFETCH(QByteArray, start);
+    QFETCH(QByteArray, repeated);
+    QFETCH(int, times);
+    const QByteArray bytes = start + repeated.repeated(times);
+    QElapsedTimer timer;
+    timer.start();
+    const NSAttributedString text = HTMLImporter::read(bytes, {});
+    (void)MarkdownImporter::read(bytes, {});
+    QVERIFY2(timer.elapsed() < 20000, qPrintable(QString::number(timer.elapsed())));
+    QVERIFY(text.length() < 40 * bytes.size());
+    QVERIFY(!text.string().contains(QChar(0)));
+}
+
+QTEST_APPLESS_MAIN(HTMLImporterTest)
+#include "HTMLImporterTest.moc"
