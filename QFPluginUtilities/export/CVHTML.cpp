@@ -124,7 +124,8 @@ QString CVHTML::exportAttributedString(const NSAttributedString &text, const QSt
                       .HTMLTemplate = HTMLTemplate,
                       .contentTag = contentTag,
                       .fromPage = fromPage,
-                      .depthCorrection = depthCorrection});
+                      .depthCorrection = depthCorrection},
+                     text);
     return job.exported(text);
 }
 

@@ -36,8 +36,8 @@ qsizetype contentStart(QStringView piece)
 
 } // namespace
 
-CVHTMLExport::CVHTMLExport(CVHTML &owner, CVHTMLRequest request)
-    : _owner(owner), _request(std::move(request)), _styles(styleDefaults(owner)),
+CVHTMLExport::CVHTMLExport(CVHTML &owner, CVHTMLRequest request, const NSAttributedString &text)
+    : _owner(owner), _request(std::move(request)), _styles(styleDefaults(owner), text.runs().size()),
       _placeholderOnly(_request.HTMLTemplate == placeholder(_request.contentTag))
 {
     QObject *page = _request.fromPage;

@@ -26,9 +26,9 @@ struct CVHTMLRequest
 class CVHTMLExport
 {
 public:
-    CVHTMLExport(CVHTML &owner, CVHTMLRequest request);
+    CVHTMLExport(CVHTML &owner, CVHTMLRequest request, const NSAttributedString &text);
 
-    /// The request's template filled with the text's HTML.
+    /// The request's template filled with the HTML of a text: the one to export, or an item of a list in it.
     [[nodiscard]] QString exported(const NSAttributedString &text);
 
 private:
