@@ -126,7 +126,7 @@ QString CVHTML::exportAttributedString(const NSAttributedString &text, const QSt
                       .fromPage = fromPage,
                       .depthCorrection = depthCorrection},
                      text);
-    return job.exported(text);
+    return job.exported();
 }
 
 QString &CVHTML::substituteNewlines(QString &text)

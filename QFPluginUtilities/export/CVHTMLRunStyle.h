@@ -49,8 +49,6 @@ struct CVHTMLRunStyle
     std::optional<NSTextAlignment> alignment;
     const QVariant *link = nullptr; ///< of whatever type: the end tag follows in any case
     const NSTextAttachmentPtr *attachment = nullptr;
-
-    [[nodiscard]] bool isInList() const { return paragraphStyle && !paragraphStyle->textLists.isEmpty(); }
 };
 
 /// Run styles by the address of their dictionary, so that texts whose runs share dictionaries have them

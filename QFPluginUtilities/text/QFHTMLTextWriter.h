@@ -45,6 +45,9 @@ public:
         _afterCarriageReturn = false;
     }
 
+    /// A CR before here and a LF behind it are two line breaks.
+    void endPair() { _afterCarriageReturn = false; }
+
     /// Units written so far.
     [[nodiscard]] qsizetype size() const { return _at ? _at - begin() : 0; }
     /// What has been written, until the next change.
