@@ -11,9 +11,14 @@
 
 #include <QStringBuilder>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// So many runs show how much markup a text takes.
+constexpr qsizetype showingRuns = 1024;
 
 CVHTMLStyleDefaults styleDefaults(const CVHTML &owner)
 {
@@ -88,8 +93,14 @@ CVHTMLWalk::CVHTMLWalk(CVHTMLExport &job, const NSAttributedString &text)
 
 QString CVHTMLWalk::html()
 {
-    for (qsizetype run = 0; run < _text.runs().size();)
+    bool isReserved = false;
+    for (qsizetype run = 0; run < _text.runs().size();) {
         run = exportRun(run);
+        if (run >= showingRuns && !isReserved) {
+            reserveForRest(run);
+            isReserved = true;
+        }
+    }
 
     // The newline rule covers the runs only: what closes behind them keeps its newlines.
     if (_table)
@@ -99,6 +110,17 @@ QString CVHTMLWalk::html()
     if (_paragraphOpen)
         _output.appendLiteral(u"</p>");
     return _output.take();
+}
+
+/// Room for a whole whose other runs take as much markup as those that are done: making the output longer
+/// piece by piece costs several times the export. A limit keeps an odd beginning from reserving memory for
+/// nothing.
+void CVHTMLWalk::reserveForRest(qsizetype runsDone)
+{
+    constexpr qsizetype mostMarkup = 256;
+    const qsizetype markup = _output.size() - _text.rangeOfRun(runsDone - 1).end();
+    const qsizetype markupOfRun = std::clamp<qsizetype>(markup / runsDone + 1, 0, mostMarkup);
+    _output.reserve(_text.length() + markupOfRun * _text.runs().size());
 }
 
 /// Exports the run with this number, or the whole list that begins with it; answers the number of the next

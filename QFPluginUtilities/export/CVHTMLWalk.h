@@ -64,6 +64,7 @@ public:
     [[nodiscard]] QString html();
 
 private:
+    void reserveForRest(qsizetype runsDone);
     qsizetype exportRun(qsizetype run);
     void exportDirectiveRun(const CVHTMLRunStyle &style, NSRange range);
     void exportOrdinaryRun(const CVHTMLRunStyle &style, NSRange range);

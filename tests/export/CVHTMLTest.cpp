@@ -176,7 +176,7 @@ private Q_SLOTS:
         };
         NSMutableAttributedString whole;
         NSMutableAttributedString letters;
-        for (int i = 0; i < 50; ++i) {
+        for (int i = 0; i < 2000; ++i) {
             whole.append(piece(i));
             for (qsizetype unit = 0; unit < piece(i).length(); ++unit)
                 letters.append(piece(i).attributedSubstringFromRange({unit, 1}));
