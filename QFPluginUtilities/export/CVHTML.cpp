@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 
 using namespace Qt::StringLiterals;
 
@@ -126,7 +127,12 @@ QString CVHTML::exportAttributedString(const NSAttributedString &text, const QSt
                       .fromPage = fromPage,
                       .depthCorrection = depthCorrection},
                      text);
-    return job.exported();
+    try {
+        return job.exported();
+    } catch (const std::bad_alloc &) {
+        reportLoss(u"memory"_s, u"There is not enough memory for the page."_s);
+        return {};
+    }
 }
 
 QString &CVHTML::substituteNewlines(QString &text)

@@ -11,11 +11,15 @@
 
 #include <QStringBuilder>
 
+#include <algorithm>
 #include <limits>
 
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// So many runs show how much markup a text takes.
+constexpr qsizetype showingRuns = 1024;
 
 CVHTMLStyleDefaults styleDefaults(const CVHTML &owner)
 {
@@ -55,7 +59,7 @@ CVHTMLExport::CVHTMLExport(CVHTML &owner, CVHTMLRequest request, const NSAttribu
 QString CVHTMLExport::exported()
 {
     QFHTMLTextWriter output(_text.length() + 16 * _text.runs().size());
-    CVHTMLWalk(*this, {0, _text.length()}, 0, output).run();
+    CVHTMLWalk(*this, {0, _text.length()}, 0, output, CVHTMLWalk::Output::Own).run();
     return filledTemplate(output.take());
 }
 
@@ -72,17 +76,21 @@ QString CVHTMLExport::filledTemplate(const QString &content) const
 /// written straight into the output around it.
 void CVHTMLExport::exportItem(NSRange content, qsizetype outerLists, QFHTMLTextWriter &output)
 {
-    if (_placeholderOnly) {
-        CVHTMLWalk(*this, content, outerLists, output).run();
+    if (_placeholderOnly || _templateRoom == 0) {
+        CVHTMLWalk(*this, content, outerLists, output, CVHTMLWalk::Output::Shared).run();
         return;
     }
     QFHTMLTextWriter item(content.length);
-    CVHTMLWalk(*this, content, outerLists, item).run();
-    output.appendMarkup(filledTemplate(item.take()));
+    CVHTMLWalk(*this, content, outerLists, item, CVHTMLWalk::Output::Own).run();
+    const QString filled = filledTemplate(item.take());
+    _templateRoom -= std::min(filled.size(), _templateRoom);
+    output.appendMarkup(filled);
 }
 
-CVHTMLWalk::CVHTMLWalk(CVHTMLExport &job, NSRange range, qsizetype outerLists, QFHTMLTextWriter &output)
-    : _job(job), _text(job._text), _range(range), _outerLists(outerLists), _output(output)
+CVHTMLWalk::CVHTMLWalk(CVHTMLExport &job, NSRange range, qsizetype outerLists, QFHTMLTextWriter &output,
+                       Output kind)
+    : _job(job), _text(job._text), _range(range), _outerLists(outerLists), _output(output), _outputKind(kind),
+      _isReserved(outerLists > 0)
 {
 }
 
@@ -92,8 +100,11 @@ void CVHTMLWalk::run()
         return;
     const QList<NSAttributedString::Run> &runs = _text.runs();
     for (qsizetype run = _text.runAtIndex(_range.location);
-         run < runs.size() && runs.at(run).start < _range.end();)
+         run < runs.size() && runs.at(run).start < _range.end();) {
         run = exportRun(run);
+        if (run >= showingRuns && !_isReserved)
+            reserveForRest(run);
+    }
 
     if (_table)
         _output.appendLiteral(u"</table>");
@@ -101,6 +112,18 @@ void CVHTMLWalk::run()
         closeLastDirective();
     if (_paragraphOpen)
         _output.appendLiteral(u"</p>");
+}
+
+/// Room for a whole whose other runs take as much markup as those that are done: making the output longer
+/// piece by piece costs several times the export. A limit keeps an odd beginning from reserving memory for
+/// nothing.
+void CVHTMLWalk::reserveForRest(qsizetype runsDone)
+{
+    constexpr qsizetype mostMarkup = 256;
+    const qsizetype markup = _output.size() - _text.rangeOfRun(runsDone - 1).end();
+    const qsizetype markupOfRun = std::clamp<qsizetype>(markup / runsDone + 1, 0, mostMarkup);
+    _output.reserve(_text.length() + markupOfRun * _text.runs().size());
+    _isReserved = true;
 }
 
 /// Exports the run with this number, or the whole list that begins with it; answers the number of the next
@@ -195,7 +218,7 @@ void CVHTMLWalk::closeDirective()
 void CVHTMLWalk::closeLastDirective()
 {
     const QString closeTag = QFMarkupDirective::closeTag(_job._owner.currentMarkupAttribute());
-    if (_outerLists == 0 || !_job._placeholderOnly) {
+    if (_outputKind == Output::Own) {
         _output.appendVerbatim(closeTag);
         return;
     }

@@ -35,6 +35,9 @@ private:
 
     /// A list item may hold lists as deep as this; deeper ones are exported as plain paragraphs.
     static constexpr qsizetype deepestList = 64;
+    /// Units that the filled templates of items may have in all. A template with two placeholders doubles an
+    /// item at each level of lists.
+    static constexpr qsizetype mostTemplateUnits = qsizetype(1) << 26;
 
     [[nodiscard]] QString filledTemplate(const QString &content) const;
     void exportItem(NSRange content, qsizetype outerLists, QFHTMLTextWriter &output);
@@ -48,6 +51,7 @@ private:
     qint32 _imageFormat = CVHTMLMedia::kNoFormat;
     qint32 _imageQuality = CVHTMLMedia::kHighQuality;
     bool _placeholderOnly;
+    qsizetype _templateRoom = mostTemplateUnits;
 };
 
 /// The walk over the runs of a text, or of one list item in it: decides what opens and closes before and
@@ -56,13 +60,17 @@ private:
 class CVHTMLWalk
 {
 public:
+    enum class Output { Own, Shared };
+
     /// `outerLists` is the number of lists around the item: as many are passed over in each paragraph style.
-    CVHTMLWalk(CVHTMLExport &job, NSRange range, qsizetype outerLists, QFHTMLTextWriter &output);
+    /// The output is shared when the text around the item is written to it as well.
+    CVHTMLWalk(CVHTMLExport &job, NSRange range, qsizetype outerLists, QFHTMLTextWriter &output, Output kind);
 
     /// Writes the HTML of the range.
     void run();
 
 private:
+    void reserveForRest(qsizetype runsDone);
     qsizetype exportRun(qsizetype run);
     void exportDirectiveRun(const CVHTMLRunStyle &style, NSRange range);
     void exportOrdinaryRun(const CVHTMLRunStyle &style, NSRange range);
@@ -95,7 +103,9 @@ private:
     NSRange _range;
     qsizetype _outerLists;
     QFHTMLTextWriter &_output;
+    Output _outputKind;
     QString _scratch;
+    bool _isReserved; ///< only the outermost walk reserves
     bool _paragraphOpen = false;
     NSTextAlignment _alignment = NSTextAlignment::Left;
     bool _directiveOpen = false;

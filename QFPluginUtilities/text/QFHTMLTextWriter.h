@@ -21,6 +21,8 @@ public:
     QFHTMLTextWriter(const QFHTMLTextWriter &) = delete;
     QFHTMLTextWriter &operator=(const QFHTMLTextWriter &) = delete;
 
+    /// Makes room for an output of so many units in all.
+    void reserve(qsizetype units);
     /// Text with named references as `QFCharacterConverter` makes them, tags skipped.
     void appendText(QStringView text);
     /// Markup: nothing but line breaks is changed.
