@@ -4,9 +4,11 @@
 #include "Measuring.h"
 
 #include "export/CVHTML.h"
+#include "host/DocumentReader.h"
 #include "platform/NSFont.h"
 #include "platform/NSParagraphStyle.h"
 
+#include <QFile>
 #include <QGuiApplication>
 #include <QTextCursor>
 #include <QTextDocument>
@@ -158,11 +160,37 @@ void printDoublings()
     }
 }
 
+/// A manual in one HTML page, imported once on either side.
+void printManual(const QString &path)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return;
+    const QByteArray bytes = file.readAll();
+    const auto before = std::chrono::steady_clock::now();
+    const DocumentResult document = DocumentReader::readBytes(bytes, QStringLiteral("/nowhere"));
+    const std::chrono::duration<double, std::milli> import = std::chrono::steady_clock::now() - before;
+    require(document.isValid(), "import");
+    QTextDocument theirDocument;
+    theirDocument.setHtml(QString::fromUtf8(bytes));
+    const double ours = medianMilliseconds([&] { return exported(document.text); });
+    const double theirs = medianMilliseconds([&] { return theirDocument.toHtml(); });
+    std::printf("%s: %.1f MB, %lld units in %lld runs, imported in %.0f ms\n", qPrintable(path),
+                double(bytes.size()) / 1e6, static_cast<long long>(document.text.length()),
+                static_cast<long long>(document.text.runs().size()), import.count());
+    printRatio("export of it", ours, "QTextDocument::toHtml", theirs);
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
     const QGuiApplication application(argc, argv);
+    QStringList manuals = QCoreApplication::arguments().mid(1);
+    if (manuals.isEmpty()) {
+        manuals = {QStringLiteral("/usr/share/doc/bash/bashref.html"),
+                   QStringLiteral("/usr/share/doc/maxima-doc/html/maxima_singlepage.html")};
+    }
     printMemory(); // first: peaks only grow
     for (const qsizetype units : {1'000'000, 4'000'000}) {
         const NSAttributedString text = generatedText(units);
@@ -175,5 +203,7 @@ int main(int argc, char **argv)
                    "QTextDocument::toHtml", theirs);
     }
     printDoublings();
+    for (const QString &manual : manuals)
+        printManual(manual);
     return 0;
 }

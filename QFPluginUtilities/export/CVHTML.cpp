@@ -45,9 +45,9 @@ constexpr std::array<ListMarker, 8> kListMarkers{{
     {u"{lower-roman}", u"lower-roman", kOrdered},
 }};
 
-QString orDefault(const QString &name, QStringView defaultName)
+QString orDefault(const QString &name, const QString &defaultName)
 {
-    return name.isNull() ? defaultName.toString() : name;
+    return name.isNull() ? defaultName : name;
 }
 
 } // namespace
@@ -68,7 +68,7 @@ void CVHTML::setAllowWebUnsafeFonts(bool allow)
 
 QString CVHTML::filesFolderName() const
 {
-    return orDefault(_private->filesFolderName, u"files");
+    return orDefault(_private->filesFolderName, u"files"_s);
 }
 
 void CVHTML::setFilesFolderName(const QString &name)
@@ -78,7 +78,7 @@ void CVHTML::setFilesFolderName(const QString &name)
 
 QString CVHTML::imagesFolderName() const
 {
-    return orDefault(_private->imagesFolderName, u"images");
+    return orDefault(_private->imagesFolderName, u"images"_s);
 }
 
 void CVHTML::setImagesFolderName(const QString &name)
@@ -88,7 +88,7 @@ void CVHTML::setImagesFolderName(const QString &name)
 
 QString CVHTML::assetsFolderName() const
 {
-    return orDefault(_private->assetsFolderName, u"assets");
+    return orDefault(_private->assetsFolderName, u"assets"_s);
 }
 
 void CVHTML::setAssetsFolderName(const QString &name)

@@ -88,8 +88,7 @@ public:
 
     /// Writes an embedded file into `toPath`, named after its stored "filename" or else by prefix and number,
     /// and appends the markup that links or shows it. The number goes up by one. A file that cannot be
-    /// written is logged
-    /// ("Failed to write attachment to %@") and leaves no markup.
+    /// written is logged ("Failed to write attachment to %@") and leaves no markup.
     void processAttachment(const NSTextAttachmentPtr &attachment, const QString &prefix,
                            qint64 &attachmentNumber, const QString &toPath, const QString &imagesFolder,
                            qint32 usingFormat, qint32 andQuality, QString &addingMarkupTo) const;

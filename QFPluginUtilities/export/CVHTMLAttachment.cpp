@@ -72,6 +72,20 @@ QString imageMarkup(const ImageAttributes &image, const QString &source)
     return markup % u"/>";
 }
 
+QString preferredExtension(const NSTextAttachment &attachment)
+{
+    const NSFileWrapperPtr &file = attachment.fileWrapper();
+    return pathExtension(file ? file->preferredFilename() : QString()).toLower();
+}
+
+/// What tells the kind of a file: the extension of its exported name, or else of its own, since a stored name
+/// may have none.
+QString kindExtension(const QString &name, const NSTextAttachment &attachment)
+{
+    const QString extension = pathExtension(name);
+    return extension.isEmpty() ? preferredExtension(attachment) : extension;
+}
+
 /// What a link to a file, or the alternative text of a picture, says: the file's name without its extension.
 QString attachmentTitle(const NSFileWrapper &file)
 {
@@ -89,10 +103,8 @@ QString exportedFileName(const NSTextAttachmentPtr &attachment, const QString &p
         if (const QString stored = storedFileName(*media); !stored.isNull())
             return stored;
     }
-    const NSFileWrapperPtr &file = attachment->fileWrapper();
-    const QString extension = pathExtension(file ? file->preferredFilename() : QString()).toLower();
     // The dot stays where there is no extension.
-    return formatted(u"%@_%d.%@", {prefix, number, extension});
+    return formatted(u"%@_%d.%@", {prefix, number, preferredExtension(*attachment)});
 }
 
 void CVHTML::processAttachment(const NSTextAttachmentPtr &attachment, const QString &prefix,
@@ -111,7 +123,7 @@ void CVHTML::processAttachment(const NSTextAttachmentPtr &attachment, const QStr
     }
     const QString title = attachmentTitle(*file);
     const QString source = printed(imagesFolder) % u'/' % name;
-    if (CVHTMLMedia::isImageFile(path))
+    if (CVHTMLMedia::isImageFile(kindExtension(name, *attachment)))
         addingMarkupTo += imageMarkup(imageAttributes(attachment, title, QImageReader(path).size()), source);
     else
         addingMarkupTo += u"<a href=\"" % source % u"\">" % title % u"</a>";

@@ -1,20 +1,6 @@
 #include "export/CVHTMLMedia.h"
 
-#include "platform/NSStringPathExtensions.h"
-
-#include <algorithm>
-#include <array>
-#include <span>
-
-namespace {
-
-bool hasExtensionOf(const QString &path, std::span<const QStringView> extensions)
-{
-    const QString extension = NSStringPathExtensions::pathExtension(path).toLower();
-    return std::ranges::find(extensions, QStringView(extension)) != extensions.end();
-}
-
-} // namespace
+using namespace Qt::StringLiterals;
 
 namespace CVHTMLMedia {
 
@@ -38,17 +24,49 @@ qint32 imageFormatAsQTFormat(const QString &name)
     return name == u"GIF" ? kGIFFormat : kNoFormat;
 }
 
-bool isImageFile(const QString &path)
+QString imageExtensionFromQTFormat(qint32 format)
 {
-    static constexpr std::array<QStringView, 7> extensions{u"jpg", u"jpeg", u"png", u"gif",
-                                                           u"tif", u"tiff", u"psd"};
-    return hasExtensionOf(path, extensions);
+    switch (format) {
+    case kJPEGFormat:
+        return u"jpg"_s;
+    case kPNGFormat:
+        return u"png"_s;
+    case kGIFFormat:
+        return u"gif"_s;
+    default:
+        return u""_s;
+    }
 }
 
-bool isMovieFile(const QString &path)
+qint32 imageQTFormatFromExtension(const QString &extension)
 {
-    static constexpr std::array<QStringView, 4> extensions{u"mov", u"avi", u"mpg", u"mpeg"};
-    return hasExtensionOf(path, extensions);
+    const QString lower = extension.toLower();
+    if (lower == u"jpg" || lower == u"jpeg" || isConvertibleToJPEG(lower))
+        return kJPEGFormat;
+    if (lower == u"png")
+        return kPNGFormat;
+    return lower == u"gif" ? kGIFFormat : kNoFormat;
+}
+
+bool isImageFile(const QString &extension)
+{
+    return imageQTFormatFromExtension(extension) != kNoFormat;
+}
+
+bool isMovieFile(const QString &extension)
+{
+    const QString lower = extension.toLower();
+    return lower == u"mov" || lower == u"avi" || lower == u"mpg" || lower == u"mpeg";
+}
+
+bool isMusicFile(const QString & /*extension*/)
+{
+    return false;
+}
+
+bool isConvertibleToJPEG(const QString &extension)
+{
+    return extension == u"tif" || extension == u"tiff" || extension == u"psd";
 }
 
 } // namespace CVHTMLMedia

@@ -20,8 +20,18 @@ inline constexpr qint32 kHighQuality = 768;
 /// "JPEG", "PNG" and "GIF", exactly so spelled; anything else, nil too, -1.
 [[nodiscard]] QF_EXPORT qint32 imageFormatAsQTFormat(const QString &name);
 
-/// By a path's extension, in any case of letters.
-[[nodiscard]] QF_EXPORT bool isImageFile(const QString &path);
-[[nodiscard]] QF_EXPORT bool isMovieFile(const QString &path);
+/// "jpg", "png" and "gif"; "" for any other code.
+[[nodiscard]] QF_EXPORT QString imageExtensionFromQTFormat(qint32 format);
+/// The format that a picture with this extension, in any case of letters, is written in: TIFF and PSD files
+/// as JPEG. -1 for all but pictures.
+[[nodiscard]] QF_EXPORT qint32 imageQTFormatFromExtension(const QString &extension);
+
+/// Kinds of files by their extension, in any case of letters.
+[[nodiscard]] QF_EXPORT bool isImageFile(const QString &extension);
+[[nodiscard]] QF_EXPORT bool isMovieFile(const QString &extension);
+/// Never: music is linked like any other file.
+[[nodiscard]] QF_EXPORT bool isMusicFile(const QString &extension);
+/// Whether browsers cannot show such a picture: "tif", "tiff" and "psd", in lower case only.
+[[nodiscard]] QF_EXPORT bool isConvertibleToJPEG(const QString &extension);
 
 } // namespace CVHTMLMedia

@@ -1,6 +1,7 @@
 #include "export/CVHTMLRunStyle.h"
 
 #include "export/QFColours.h"
+#include "platform/Formatting.h"
 #include "platform/NSColor.h"
 #include "platform/NSFont.h"
 #include "platform/Values.h"
@@ -38,7 +39,7 @@ QString otherFamilyStyle(const NSFont &font, const QString &weight, bool allowWe
     fonts.setNilOnWebUnsafeFont(allowWebUnsafeFonts && isSafeInStyle(font.fontName));
     const QString stack = fonts.styleStringForFont(font);
     if (stack.isNull())
-        return u"font-size:" % pixels(font.pointSize) % u"px; font-family:" % font.fontName % u"; ";
+        return u"font-size:" % pixels(font.pointSize) % u"px; font-family:" % printed(font.fontName) % u"; ";
     return u"font:" % pixels(font.pointSize) % u"px " % stack % u"; " % weight;
 }
 

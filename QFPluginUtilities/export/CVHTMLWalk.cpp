@@ -58,7 +58,7 @@ QString CVHTMLExport::filledTemplate(const QString &content) const
 {
     if (_placeholderOnly)
         return content;
-    QString filled = _request.HTMLTemplate;
+    QString filled = _request.HTMLTemplate.isNull() ? u""_s : _request.HTMLTemplate;
     // Literal and in one pass: a placeholder inside the content is not filled again.
     return filled.replace(placeholder(_request.contentTag), content);
 }
@@ -288,19 +288,20 @@ qsizetype CVHTMLWalk::exportList(qsizetype run)
     const QList<NSRange> pieces = NSStringOperations::rangesSeparatedByString(textIn(whole), u"\n");
     if (!pieces.isEmpty()) {
         int listType = 1;
-        const QString cssClass =
-            CVHTML::textListStyleAttribute(_text.attributedSubstringFromRange({start, 1}), &listType);
+        const NSAttributedString first = _text.attributedSubstringFromRange({start, 1});
+        const QString cssClass = CVHTML::textListStyleAttribute(first, &listType);
+        const bool hasInnerList = ParagraphStyle::hasInnerList(first);
         const QStringView tag = listType == 0 ? u"ol" : u"ul";
         _output.appendMarkup(QString(u'<' % tag % u" class=\"" % printed(cssClass) % u"\">"));
         for (const NSRange piece : pieces)
-            exportListItem({whole.location + piece.location, piece.length});
+            exportListItem({whole.location + piece.location, piece.length}, hasInnerList);
         _output.appendVerbatim(QString(u"</" % tag % u'>'));
     }
     return whole.end() < _text.length() ? _text.runAtIndex(whole.end()) : _text.runs().size();
 }
 
 /// One line of a list: what follows its marker, exported by itself. A line without a marker is dropped.
-void CVHTMLWalk::exportListItem(NSRange piece)
+void CVHTMLWalk::exportListItem(NSRange piece, bool hasInnerList)
 {
     const qsizetype offset = contentStart(textIn(piece));
     if (offset < 0) {
@@ -310,8 +311,6 @@ void CVHTMLWalk::exportListItem(NSRange piece)
     }
     NSRange content{piece.location + offset, piece.length - offset};
     // The line of an inner list has a single marker, which belongs to the inner list: it keeps its prefix.
-    const bool hasInnerList =
-        ParagraphStyle::hasInnerList(_text.attributedSubstringFromRange({piece.location, 1}));
     if (hasInnerList && contentStart(textIn(content)) < 0)
         content = piece;
 

@@ -68,7 +68,7 @@ private:
     void exportDirectiveRun(const CVHTMLRunStyle &style, NSRange range);
     void exportOrdinaryRun(const CVHTMLRunStyle &style, NSRange range);
     qsizetype exportList(qsizetype run);
-    void exportListItem(NSRange piece);
+    void exportListItem(NSRange piece, bool hasInnerList);
 
     void openDirective(const QVariantMap &directive);
     void closeDirective();
@@ -87,7 +87,7 @@ private:
     }
 
     CVHTMLExport &_job;
-    const NSAttributedString &_text;
+    const NSAttributedString _text; ///< shared: what the host does to the caller's text leaves it alone
     QFHTMLTextWriter _output;
     QString _scratch;
     bool _paragraphOpen = false;

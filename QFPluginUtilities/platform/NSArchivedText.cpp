@@ -338,7 +338,7 @@ QVariant decodeTable(NSKeyedUnarchiver &coder)
 }
 
 constexpr int kEdges = 4;
-constexpr int kLayers = 3;
+constexpr int kWidths = 3 * kEdges; // of padding, border and margin, each on all edges
 
 NSTextBlockLayer layerOf(int place)
 {
@@ -381,8 +381,8 @@ void encodeTableBlock(const QVariant &object, NSKeyedArchiver &coder)
     coder.encodeObject(colorOrNil(block->backgroundColor), u"NSBackgroundColor");
     for (int edge = 0; edge < kEdges; ++edge)
         coder.encodeObject(colorOrNil(block->borderColorForEdge(edgeOf(edge))), borderColorKey(edge));
-    QVariantList widths; // of padding, border and margin, each on all edges
-    for (int place = 0; place < kLayers * kEdges; ++place)
+    QVariantList widths;
+    for (int place = 0; place < kWidths; ++place)
         widths.append(block->widthForLayer(layerOf(place), edgeOf(place)));
     coder.encodeObject(widths, u"NSLayerWidths");
 }
@@ -402,7 +402,7 @@ QVariant decodeTableBlock(NSKeyedUnarchiver &coder)
     for (int edge = 0; edge < kEdges; ++edge)
         block->setBorderColorForEdge(edgeOf(edge), decodeOptionalColor(coder, borderColorKey(edge)));
     const auto widths = coder.decode<QVariantList>(u"NSLayerWidths");
-    for (int place = 0; place < kLayers * kEdges && widths.size() == kLayers * kEdges; ++place) {
+    for (int place = 0; place < kWidths && widths.size() == kWidths; ++place) {
         const double width = doubleValue(widths[place]);
         block->setWidthForLayer(layerOf(place), edgeOf(place), std::isfinite(width) ? width : 0);
     }

@@ -43,7 +43,7 @@ void QFLink::encodeWithCoder(NSKeyedArchiver &coder) const
 
 QFLinkPtr QFLink::initWithCoder(NSKeyedUnarchiver &coder)
 {
-    const auto link = std::make_shared<QFLink>();
+    auto link = std::make_shared<QFLink>();
     link->_href = stringValue(coder.decodeObject(u"href"));
     link->_anchor = stringValue(coder.decodeObject(u"anchor"));
     link->_name = stringValue(coder.decodeObject(u"name"));

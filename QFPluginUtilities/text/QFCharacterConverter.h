@@ -22,9 +22,8 @@ public:
     [[nodiscard]] static const std::map<unsigned, std::string> &mappingTable();
 
     /// The text with a reference for each unit that the table lists. With `skipTags` the units `<`, `>`, `&`
-    /// and
-    /// `"` stay, so that markup survives; an apostrophe that is listed does not. A text without any such unit
-    /// is returned as it is, at the cost of one scan.
+    /// and `"` stay, so that markup survives; an apostrophe that is listed does not. A text without any such
+    /// unit is returned as it is, at the cost of one scan.
     [[nodiscard]] static QString encodeUnicodeForHTML(const QString &text, bool skipTags);
 
     /// Appends what `encodeUnicodeForHTML` answers. `text` must not lie in `output`.

@@ -56,7 +56,7 @@ void QFHTMLTextWriter::append(const QFUnitEncoder &encoder, QStringView text)
 
 void QFHTMLTextWriter::grow(qsizetype units)
 {
-    const qsizetype used = _at ? size() : 0;
+    const qsizetype used = size();
     // A fresh buffer rather than one that the system makes longer: what is copied then comes in large pages
     // too.
     const qsizetype wanted = std::max(used + units, used + used / 2) + _slack;
@@ -79,6 +79,5 @@ QString QFHTMLTextWriter::take()
     QString result = std::exchange(_buffer, QString());
     _at = _limit = nullptr;
     _afterCarriageReturn = false;
-    grow(0);
     return result;
 }

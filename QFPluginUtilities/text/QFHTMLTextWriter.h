@@ -46,7 +46,7 @@ public:
     }
 
     /// Units written so far.
-    [[nodiscard]] qsizetype size() const { return _at - begin(); }
+    [[nodiscard]] qsizetype size() const { return _at ? _at - begin() : 0; }
     /// What has been written, until the next change.
     [[nodiscard]] QStringView view() const { return {begin(), size()}; }
     /// The result; the writer starts again empty.

@@ -117,8 +117,8 @@ QFStringUtilities::dataUsingHTMLEscapesWithNSStringEncoding(const QString &text,
                                                     CFStringConvertNSStringEncodingToEncoding(encoding));
 }
 
-qsizetype QFStringUtilities::replaceOccurrencesOfStringWithString(QString &text, const QString &target,
-                                                                  const QString &replacement)
+qsizetype QFStringUtilities::replaceOccurrencesOfString(QString &text, const QString &target,
+                                                        const QString &withString)
 {
     QString replaced;
     qsizetype count = 0;
@@ -126,7 +126,7 @@ qsizetype QFStringUtilities::replaceOccurrencesOfStringWithString(QString &text,
     const QFCanonicalSearch search(text, target);
     for (NSRange hit = search.next(0); hit.location != NSNotFound; hit = search.next(hit.end())) {
         replaced.append(QStringView(text).sliced(copied, hit.location - copied));
-        replaced.append(replacement);
+        replaced.append(withString);
         copied = hit.end();
         ++count;
     }

@@ -43,7 +43,7 @@ dataUsingHTMLEscapesWithNSStringEncoding(const QString &text, NSStringEncoding e
 /// Replaces in place, from left to right, and answers how often. Canonically equivalent spellings are the
 /// same: a composed é is found as e with a combining acute, and a plain e is not found at its beginning. An
 /// empty target is found nowhere; replacements are not searched again.
-QF_EXPORT qsizetype replaceOccurrencesOfStringWithString(QString &text, const QString &target,
-                                                         const QString &replacement);
+QF_EXPORT qsizetype replaceOccurrencesOfString(QString &text, const QString &target,
+                                               const QString &withString);
 
 } // namespace QFStringUtilities

@@ -1,4 +1,5 @@
 #include "export/CVHTML.h"
+#include "export/CVHTMLMedia.h"
 #include "media/QFTextAttachment.h"
 #include "platform/QFReport.h"
 #include "tests/export/Styled.h"
@@ -92,6 +93,15 @@ private Q_SLOTS:
         QCOMPARE(exported(text), u"<a href=\"files/pic_2.txt\">b</a>"_s);
         QVERIFY(QDir(path).exists());
     }
+    void tellsKindsByExtension()
+    {
+        using namespace CVHTMLMedia;
+        QVERIFY(isImageFile(u"TIFF"_s) && isImageFile(u"Jpeg"_s) && isMovieFile(u"MPG"_s));
+        QVERIFY(!isImageFile(u"webp"_s) && !isImageFile(QString()) && !isMusicFile(u"mp3"_s));
+        QVERIFY(isConvertibleToJPEG(u"psd"_s) && !isConvertibleToJPEG(u"PSD"_s));
+        QCOMPARE(imageExtensionFromQTFormat(imageQTFormatFromExtension(u"PSD"_s)), u"jpg"_s);
+        QCOMPARE(imageExtensionFromQTFormat(imageQTFormatFromExtension(u"pdf"_s)), u""_s);
+    }
     void showsPictures()
     {
         const QString path = _folder.filePath(u"source.png"_s);
@@ -100,13 +110,17 @@ private Q_SLOTS:
         const NSAttributedString text =
             styled({piece(attached(u"Tree.PNG", png)),
                     piece(attached(u"x.png", png, {{u"alttag"_s, u"A \"tree\""_s}, {u"width"_s, 20.9F}})),
-                    piece(attached(u"broken.png", "no picture"))});
+                    piece(attached(u"broken.png", "no picture")),
+                    piece(attached(u"named.PNG", png, {{u"filename"_s, u"tree"_s}})),
+                    piece(attached(u"no.png", png, {{u"filename"_s, u"tree.zip"_s}}))});
         QCOMPARE(
             exported(text),
             u"<img class=\"imageStyle\" alt=\"Tree\" src=\"files/pic_1.png\" width=\"40\" height=\"30\"/>"
             "<img class=\"imageStyle\" alt=\"A \"tree\"\" src=\"files/pic_2.png\" width=\"20\" "
             "height=\"30\"/>"
-            "<img class=\"imageStyle\" alt=\"broken\" src=\"files/pic_3.png\"/>"_s);
+            "<img class=\"imageStyle\" alt=\"broken\" src=\"files/pic_3.png\"/>"
+            "<img class=\"imageStyle\" alt=\"named\" src=\"files/tree\" width=\"40\" height=\"30\"/>"
+            "<a href=\"files/tree.zip\">no</a>"_s);
     }
 };
 

@@ -151,6 +151,17 @@ private Q_SLOTS:
         link->setSubpageID(u"7"_s);
         QCOMPARE(site.exported(link), u"<a href=\"about.html\" rel=\"self\">x</a>"_s);
     }
+    void exportsTheTextAsItWasAtTheStart()
+    {
+        Site site;
+        auto text = styled({{u"x", {linked(makeLink(u"about", true))}}, {u"y", {raw()}}, {u"z", {}}});
+        site.document.path = [&text](const QVariantMap &) {
+            text = NSAttributedString();
+            return u"a.html"_s;
+        };
+        QCOMPARE(CVHTML().exportAttributedString(text, u"/n"_s, u"f"_s, u"p"_s, u"%c%"_s, u"c"_s, site.home),
+                 u"<a href=\"a.html\" rel=\"self\">x</a>yz"_s);
+    }
     void outlivesThePageBeingDestroyed()
     {
         auto site = std::make_unique<Site>();

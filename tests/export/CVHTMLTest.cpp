@@ -78,6 +78,7 @@ private Q_SLOTS:
         QFETCH(QString, HTMLTemplate);
         QFETCH(QString, page);
         QCOMPARE(exported(text, HTMLTemplate), page);
+        QVERIFY(!exported(text, HTMLTemplate).isNull());
     }
 
     void writesUnknownFontsOnlyWhenAllowed()
