@@ -22,6 +22,9 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr size_t kMaximumDepth = 200;
+// An address is exported again with each run of its link, so it must not be long.
+constexpr qsizetype kMaximumAddressLength = 2048;
+constexpr qsizetype kMaximumNameLength = 256; // of a place that links lead to
 
 /// Names of the places in the page that links lead to.
 QSet<QString> namesOfLinkTargets(QStringView html)
@@ -35,7 +38,8 @@ QSet<QString> namesOfLinkTargets(QStringView html)
         if (before == 0 || html[before - 1] != u'=')
             continue;
         qsizetype end = hash + 1;
-        while (end < html.size() && !html[end].isSpace() && !u"\"'<>"_s.contains(html[end]))
+        while (end < html.size() && end - hash <= kMaximumNameLength && !html[end].isSpace() &&
+               !u"\"'<>"_s.contains(html[end]))
             ++end;
         if (end > hash + 1)
             names.insert(resolvedReferences(html.mid(hash + 1, end - hash - 1)));
@@ -387,6 +391,8 @@ void Importer::beginAnchor()
     const QString href = _tag.attribute(u"href");
     if (href.isNull())
         return;
+    if (href.size() > kMaximumAddressLength)
+        return reportLoss(u"link"_s, u"left out: its address is too long"_s, href.left(100));
     const QString title = _tag.attribute(u"title");
     const QString target = _tag.attribute(u"target");
     const QString rel = _tag.attribute(u"rel");
@@ -396,11 +402,11 @@ void Importer::beginAnchor()
     }
     const auto link = std::make_shared<QFLink>(safeAddress(href), false);
     if (!title.isEmpty())
-        link->setTitle(title);
+        link->setTitle(title.left(kMaximumAddressLength));
     if (!target.isEmpty())
-        link->setTarget(safeAddress(target));
+        link->setTarget(safeAddress(target.left(kMaximumNameLength)));
     if (!rel.isEmpty())
-        link->setRel(attributeText(rel));
+        link->setRel(attributeText(rel.left(kMaximumNameLength)));
     _context.style.link = QVariant::fromValue(link);
 }
 
@@ -423,7 +429,9 @@ void Importer::insertImage()
 
     reportLoss(u"image"_s, u"left out: not in the document's folder, or cannot be read"_s, source.left(1000));
     CharacterStyle style = _context.style;
-    if (source.startsWith(u"http://") || source.startsWith(u"https://") || source.startsWith(u"//"))
+    if (source.size() > kMaximumAddressLength)
+        style.link = _context.style.link;
+    else if (source.startsWith(u"http://") || source.startsWith(u"https://") || source.startsWith(u"//"))
         style.link = style.link.isValid() ? style.link : QVariant(safeAddress(source));
     _builder.setStyle(style);
     if (!alternative.isEmpty())

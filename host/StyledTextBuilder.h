@@ -109,40 +109,43 @@ private:
 
     StyledTextPool _pool;
     NSMutableAttributedString _result;
-    StyledTextPool::StyleID _body;
-    StyledTextPool::StyleID _style;
     NSTextAlignment _alignment = NSTextAlignment::Left;
     NSWritingDirection _direction = NSWritingDirection::Natural;
+    StyledTextPool::StyleID _body;
+    StyledTextPool::StyleID _style;
 
-    bool _paragraphIsOpen = false;
-    StyledTextPool::ParagraphID _paragraph = 0; ///< of the paragraph that is open, or was last
-    StyledTextPool::StyleID _lineStyle = 0;     ///< of the line's last text
-    bool _lastWasText = false;                  ///< and not raw markup or an attachment
-    bool _atLineStart = true;                   ///< where blanks are dropped
-    bool _spaceIsPending = false;
-    StyledTextPool::StyleID _spaceStyle = 0;
+    // The paragraph that is open, or was last.
+    StyledTextPool::ParagraphID _paragraph = 0;
+    StyledTextPool::StyleID _lineStyle = 0;  ///< of the line's last text
+    StyledTextPool::StyleID _spaceStyle = 0; ///< of the blank that is pending
     int _pendingBreaks = 0;
-    bool _wantsEmptyLine = false;
-    bool _flowHasContent = false; ///< something stands before in this cell or, outside cells, in the text
     QString _preparedMarkup;
 
     QStringList _lists; ///< marker formats, outermost first; the deepest may be missing
-    int _listDepth = 0;
     QString _marker;
-    bool _prefixIsPending = false;
-    bool _itemLineIsOpen = false;
-    int _itemBreaks = 0;
+    int _listDepth = 0;
+    int _itemBreaks = 0; ///< before the item's next paragraph
 
+    // The outermost table that is open.
     int _tableDepth = 0;
-    std::shared_ptr<TableGrid> _grid; ///< of the outermost table, as all that follows
+    std::shared_ptr<TableGrid> _grid;
     NSTextTablePtr _table;
     TableLook _tableLook;
-    bool _rowIsOpen = false;
     NSTextTableBlockPtr _cell;
     NSTextTableBlockPtr _lastCell;
     qsizetype _cellStart = 0;
-    bool _exportedTableIsOpen = false; ///< no ordinary paragraph has followed the last table yet
-    std::vector<RowGap> _gaps;         ///< one for each row, in order
-    size_t _firstGap = 0;              ///< of the table
+    std::vector<RowGap> _gaps; ///< one for each row of all tables, in order
+    size_t _firstGap = 0;      ///< of the table
     qint64 _paddedCells = 0;
+
+    bool _paragraphIsOpen = false;
+    bool _lastWasText = false; ///< and not raw markup or an attachment
+    bool _atLineStart = true;  ///< where blanks are dropped
+    bool _spaceIsPending = false;
+    bool _wantsEmptyLine = false;
+    bool _flowHasContent = false; ///< something stands before in this cell or, outside cells, in the text
+    bool _prefixIsPending = false;
+    bool _itemLineIsOpen = false;
+    bool _rowIsOpen = false;
+    bool _exportedTableIsOpen = false; ///< no ordinary paragraph has followed the last table yet
 };

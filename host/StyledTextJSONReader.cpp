@@ -170,7 +170,7 @@ void Reader::readRuns(const QJsonObject &document)
     const QJsonArray elements = runs.toArray();
     _result.reserve(_string.size(), elements.size());
     qsizetype number = 0;
-    for (const QJsonValue &run : elements) {
+    for (const auto &run : elements) {
         readRun(run, u"runs["_s + QString::number(number++) + u']');
         if (failed())
             return;
@@ -293,7 +293,7 @@ QVariant Reader::paragraphStyleValue(const QJsonValue &json, const QString &wher
     style.baseWritingDirection =
         static_cast<NSWritingDirection>(small(object["baseWritingDirection"_L1], -1));
     const QJsonArray lists = object["textLists"_L1].toArray();
-    for (const QJsonValue &marker : lists) {
+    for (const auto &marker : lists) {
         if (marker.isString())
             style.textLists.append({Values::stringFrom(marker)});
     }
@@ -304,7 +304,7 @@ QVariant Reader::paragraphStyleValue(const QJsonValue &json, const QString &wher
 QList<NSTextTableBlockPtr> Reader::textBlocks(const QJsonArray &ids, const QString &where)
 {
     QList<NSTextTableBlockPtr> blocks;
-    for (const QJsonValue &id : ids) {
+    for (const auto &id : ids) {
         if (!id.isString())
             continue;
         const NSTextTableBlockPtr cell = _cells.value(id.toString());

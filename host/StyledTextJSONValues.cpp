@@ -374,7 +374,7 @@ QVariant variantFrom(const QJsonValue &json)
     if (json.isArray()) {
         QVariantList list;
         const QJsonArray elements = json.toArray();
-        for (const QJsonValue &element : elements) {
+        for (const auto &element : elements) {
             if (!element.isNull())
                 list.append(variantFrom(element));
         }

@@ -228,6 +228,9 @@ void HTMLImporterTest::survivesHostileInput_data()
     row("scripts", "", "<script>", 200000);
     row("declarations", "<p style='", "color:red;font:1px x;", 50000);
     row("places", "", "<a href='#a' id=a>x</a>", 50000);
+    row("places without end", "<a href=", "#=", 500000);
+    row("long address with many runs", QByteArray("<a href='" + QByteArray(1000000, 'x') + "'>").constData(),
+        "<b>x</b>y", 50000);
     row("NUL", "<p>", QByteArray(16, '\0'), 50000);
     row("no characters at all", "<p>", "\xED\xA0\x80\xFF\xC0", 50000);
     row("blanks", "<pre>", "\t\t\n ", 100000);
