@@ -45,7 +45,8 @@ qsizetype contentStart(QStringView piece)
 CVHTMLExport::CVHTMLExport(CVHTML &owner, CVHTMLRequest request, const NSAttributedString &text)
     : _owner(owner), _request(std::move(request)), _text(text),
       _styles(styleDefaults(owner), text.runs().size()),
-      _placeholderOnly(_request.HTMLTemplate == placeholder(_request.contentTag))
+      _placeholderOnly(_request.HTMLTemplate == placeholder(_request.contentTag)),
+      _placeholders(_request.HTMLTemplate.count(placeholder(_request.contentTag)))
 {
     QObject *page = _request.fromPage;
     if (!page)
@@ -76,15 +77,23 @@ QString CVHTMLExport::filledTemplate(const QString &content) const
 /// written straight into the output around it.
 void CVHTMLExport::exportItem(NSRange content, qsizetype outerLists, QFHTMLTextWriter &output)
 {
-    if (_placeholderOnly || _templateRoom == 0) {
+    if (_placeholderOnly) {
         CVHTMLWalk(*this, content, outerLists, output, CVHTMLWalk::Output::Shared).run();
         return;
     }
     QFHTMLTextWriter item(content.length);
     CVHTMLWalk(*this, content, outerLists, item, CVHTMLWalk::Output::Own).run();
-    const QString filled = filledTemplate(item.take());
-    _templateRoom -= std::min(filled.size(), _templateRoom);
-    output.appendMarkup(filled);
+    const QString html = item.take();
+    const qsizetype filledSize = _request.HTMLTemplate.size() + _placeholders * html.size();
+    if (filledSize > _templateRoom) {
+        const QFReport::Place place(_pageID, content);
+        reportLoss(u"template"_s,
+                   u"A list item is left without its template: the page would grow beyond measure."_s);
+        output.appendMarkup(html);
+        return;
+    }
+    _templateRoom -= filledSize;
+    output.appendMarkup(filledTemplate(html));
 }
 
 CVHTMLWalk::CVHTMLWalk(CVHTMLExport &job, NSRange range, qsizetype outerLists, QFHTMLTextWriter &output,

@@ -37,7 +37,7 @@ private:
     static constexpr qsizetype deepestList = 64;
     /// Units that the filled templates of items may have in all. A template with two placeholders doubles an
     /// item at each level of lists.
-    static constexpr qsizetype mostTemplateUnits = qsizetype(1) << 26;
+    static constexpr qsizetype mostTemplateUnits = qsizetype(1) << 25;
 
     [[nodiscard]] QString filledTemplate(const QString &content) const;
     void exportItem(NSRange content, qsizetype outerLists, QFHTMLTextWriter &output);
@@ -51,6 +51,7 @@ private:
     qint32 _imageFormat = CVHTMLMedia::kNoFormat;
     qint32 _imageQuality = CVHTMLMedia::kHighQuality;
     bool _placeholderOnly;
+    qsizetype _placeholders; ///< how many the template has
     qsizetype _templateRoom = mostTemplateUnits;
 };
 
