@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <new>
 
 using namespace Qt::StringLiterals;
 
@@ -124,8 +125,14 @@ QString CVHTML::exportAttributedString(const NSAttributedString &text, const QSt
                       .HTMLTemplate = HTMLTemplate,
                       .contentTag = contentTag,
                       .fromPage = fromPage,
-                      .depthCorrection = depthCorrection});
-    return job.exported(text);
+                      .depthCorrection = depthCorrection},
+                     text);
+    try {
+        return job.exported();
+    } catch (const std::bad_alloc &) {
+        reportLoss(u"memory"_s, u"There is not enough memory for the page."_s);
+        return {};
+    }
 }
 
 QString &CVHTML::substituteNewlines(QString &text)

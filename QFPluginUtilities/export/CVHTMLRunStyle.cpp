@@ -9,6 +9,7 @@
 #include <QStringBuilder>
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
 
 using namespace Qt::StringLiterals;
@@ -60,6 +61,12 @@ QString colourStyle(const NSAttributeDictionary &attributes, const QString &weig
     if (!color)
         return {};
     return u"color:" % QFColourUtilities::webColourString(*color) % u"; " % weight;
+}
+
+/// As many slots as runs make sense, but at most 1024 of them: real texts have some dozens of styles.
+unsigned slotBits(qsizetype runs)
+{
+    return static_cast<unsigned>(std::bit_width(static_cast<quint64>(std::clamp<qsizetype>(runs, 8, 1023))));
 }
 
 } // namespace
@@ -126,8 +133,8 @@ CVHTMLRunStyle::CVHTMLRunStyle(const NSAttributeDictionary &given, const CVHTMLS
     }
 }
 
-CVHTMLRunStyleCache::CVHTMLRunStyleCache(CVHTMLStyleDefaults defaults)
-    : _defaults(std::move(defaults)), _slots(size_t(1) << slotBits)
+CVHTMLRunStyleCache::CVHTMLRunStyleCache(CVHTMLStyleDefaults defaults, qsizetype runs)
+    : _defaults(std::move(defaults)), _shift(64 - slotBits(runs)), _slots(size_t(1) << (64 - _shift))
 {
 }
 

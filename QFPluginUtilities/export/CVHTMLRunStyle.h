@@ -49,16 +49,15 @@ struct CVHTMLRunStyle
     std::optional<NSTextAlignment> alignment;
     const QVariant *link = nullptr; ///< of whatever type: the end tag follows in any case
     const NSTextAttachmentPtr *attachment = nullptr;
-
-    [[nodiscard]] bool isInList() const { return paragraphStyle && !paragraphStyle->textLists.isEmpty(); }
 };
 
 /// Run styles by the address of their dictionary, so that texts whose runs share dictionaries have them
-/// worked out once. Holds a fixed number and forgets the rest.
+/// worked out once. Holds a limited number and forgets the rest.
 class CVHTMLRunStyleCache
 {
 public:
-    explicit CVHTMLRunStyleCache(CVHTMLStyleDefaults defaults);
+    /// For a text with so many runs.
+    CVHTMLRunStyleCache(CVHTMLStyleDefaults defaults, qsizetype runs);
 
     /// Valid until the next call.
     [[nodiscard]] const CVHTMLRunStyle &styleFor(const NSAttributeDictionary &attributes)
@@ -75,15 +74,15 @@ private:
         bool isUsed = false;
         CVHTMLRunStyle style;
     };
-    static constexpr unsigned slotBits = 10;
 
-    [[nodiscard]] static size_t slotOf(const void *address)
+    [[nodiscard]] size_t slotOf(const void *address) const
     {
         // Fibonacci hashing: the upper bits of a product with 2^64 divided by the golden ratio.
-        return (reinterpret_cast<quintptr>(address) * Q_UINT64_C(0x9E3779B97F4A7C15)) >> (64 - slotBits);
+        return (reinterpret_cast<quintptr>(address) * Q_UINT64_C(0x9E3779B97F4A7C15)) >> _shift;
     }
     void fill(Slot &slot, const NSAttributeDictionary &attributes);
 
     CVHTMLStyleDefaults _defaults;
+    unsigned _shift; ///< 64 less the bits of a slot's number
     std::vector<Slot> _slots;
 };

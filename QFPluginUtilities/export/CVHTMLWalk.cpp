@@ -2,7 +2,7 @@
 
 #include "export/CVHTMLAttachment.h"
 #include "export/CVHTMLTableMarkup.h"
-#include "export/NSAttributedString+ParagraphStyle.h"
+#include "export/NSAttributedString+NSStringOperations.h"
 #include "export/QFMarkupDirective.h"
 #include "platform/Formatting.h"
 #include "platform/NSFont.h"
@@ -11,9 +11,15 @@
 
 #include <QStringBuilder>
 
+#include <algorithm>
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 namespace {
+
+/// So many runs show how much markup a text takes.
+constexpr qsizetype showingRuns = 1024;
 
 CVHTMLStyleDefaults styleDefaults(const CVHTML &owner)
 {
@@ -36,8 +42,9 @@ qsizetype contentStart(QStringView piece)
 
 } // namespace
 
-CVHTMLExport::CVHTMLExport(CVHTML &owner, CVHTMLRequest request)
-    : _owner(owner), _request(std::move(request)), _styles(styleDefaults(owner)),
+CVHTMLExport::CVHTMLExport(CVHTML &owner, CVHTMLRequest request, const NSAttributedString &text)
+    : _owner(owner), _request(std::move(request)), _text(text),
+      _styles(styleDefaults(owner), text.runs().size()),
       _placeholderOnly(_request.HTMLTemplate == placeholder(_request.contentTag))
 {
     QObject *page = _request.fromPage;
@@ -49,9 +56,11 @@ CVHTMLExport::CVHTMLExport(CVHTML &owner, CVHTMLRequest request)
     _imageQuality = CVHTMLMedia::imageQualityAsQTQuality(QFHost::imageQuality(_request.fromPage));
 }
 
-QString CVHTMLExport::exported(const NSAttributedString &text)
+QString CVHTMLExport::exported()
 {
-    return filledTemplate(text.isEmpty() ? u""_s : CVHTMLWalk(*this, text).html());
+    QFHTMLTextWriter output(_text.length() + 16 * _text.runs().size());
+    CVHTMLWalk(*this, {0, _text.length()}, 0, output, CVHTMLWalk::Output::Own).run();
+    return filledTemplate(output.take());
 }
 
 QString CVHTMLExport::filledTemplate(const QString &content) const
@@ -63,42 +72,58 @@ QString CVHTMLExport::filledTemplate(const QString &content) const
     return filled.replace(placeholder(_request.contentTag), content);
 }
 
-NSAttributedString CVHTMLExport::itemContent(const NSAttributedString &item)
+/// Appends an item, which is a filled template like the whole. Where the template adds nothing, the item is
+/// written straight into the output around it.
+void CVHTMLExport::exportItem(NSRange content, qsizetype outerLists, QFHTMLTextWriter &output)
 {
-    using NSStringOperations::RemovedTextLists;
-    if (_depth + 1 < deepestList)
-        return NSStringOperations::attributedStringWithoutTextLists(item, RemovedTextLists::Outermost,
-                                                                    _amended);
-    NSStringOperations::AmendedDictionaries withoutLists;
-    return NSStringOperations::attributedStringWithoutTextLists(item, RemovedTextLists::All, withoutLists);
+    if (_placeholderOnly || _templateRoom == 0) {
+        CVHTMLWalk(*this, content, outerLists, output, CVHTMLWalk::Output::Shared).run();
+        return;
+    }
+    QFHTMLTextWriter item(content.length);
+    CVHTMLWalk(*this, content, outerLists, item, CVHTMLWalk::Output::Own).run();
+    const QString filled = filledTemplate(item.take());
+    _templateRoom -= std::min(filled.size(), _templateRoom);
+    output.appendMarkup(filled);
 }
 
-QString CVHTMLExport::exportedItem(const NSAttributedString &item)
-{
-    ++_depth;
-    QString html = exported(item);
-    --_depth;
-    return html;
-}
-
-CVHTMLWalk::CVHTMLWalk(CVHTMLExport &job, const NSAttributedString &text)
-    : _job(job), _text(text), _output(text.length() + 16 * text.runs().size())
+CVHTMLWalk::CVHTMLWalk(CVHTMLExport &job, NSRange range, qsizetype outerLists, QFHTMLTextWriter &output,
+                       Output kind)
+    : _job(job), _text(job._text), _range(range), _outerLists(outerLists), _output(output), _outputKind(kind),
+      _isReserved(outerLists > 0)
 {
 }
 
-QString CVHTMLWalk::html()
+void CVHTMLWalk::run()
 {
-    for (qsizetype run = 0; run < _text.runs().size();)
+    if (_range.isEmpty())
+        return;
+    const QList<NSAttributedString::Run> &runs = _text.runs();
+    for (qsizetype run = _text.runAtIndex(_range.location);
+         run < runs.size() && runs.at(run).start < _range.end();) {
         run = exportRun(run);
+        if (run >= showingRuns && !_isReserved)
+            reserveForRest(run);
+    }
 
-    // The newline rule covers the runs only: what closes behind them keeps its newlines.
     if (_table)
         _output.appendLiteral(u"</table>");
     if (_directiveOpen)
-        _output.appendVerbatim(QFMarkupDirective::closeTag(_job._owner.currentMarkupAttribute()));
+        closeLastDirective();
     if (_paragraphOpen)
         _output.appendLiteral(u"</p>");
-    return _output.take();
+}
+
+/// Room for a whole whose other runs take as much markup as those that are done: making the output longer
+/// piece by piece costs several times the export. A limit keeps an odd beginning from reserving memory for
+/// nothing.
+void CVHTMLWalk::reserveForRest(qsizetype runsDone)
+{
+    constexpr qsizetype mostMarkup = 256;
+    const qsizetype markup = _output.size() - _text.rangeOfRun(runsDone - 1).end();
+    const qsizetype markupOfRun = std::clamp<qsizetype>(markup / runsDone + 1, 0, mostMarkup);
+    _output.reserve(_text.length() + markupOfRun * _text.runs().size());
+    _isReserved = true;
 }
 
 /// Exports the run with this number, or the whole list that begins with it; answers the number of the next
@@ -106,7 +131,7 @@ QString CVHTMLWalk::html()
 qsizetype CVHTMLWalk::exportRun(qsizetype run)
 {
     const CVHTMLRunStyle &style = _job._styles.styleFor(_text.runs().at(run).attributes);
-    const NSRange range = _text.rangeOfRun(run);
+    const NSRange range = _text.rangeOfRun(run).clippedTo(_range);
     if (style.directive) {
         exportDirectiveRun(style, range);
         return run + 1;
@@ -116,8 +141,8 @@ qsizetype CVHTMLWalk::exportRun(qsizetype run)
         appendUnbrokenText(range);
         return run + 1;
     }
-    if (style.isInList())
-        return exportList(run);
+    if (isInList(style))
+        return exportList(*style.paragraphStyle, range.location);
     exportOrdinaryRun(style, range);
     return run + 1;
 }
@@ -188,6 +213,19 @@ void CVHTMLWalk::closeDirective()
     _directiveOpen = false;
 }
 
+/// The newline rule covers the runs only: at the end of a text, the close tag keeps its newlines. At the end
+/// of a list item they fall under the rule of the text around it, but make no pair with a break before them.
+void CVHTMLWalk::closeLastDirective()
+{
+    const QString closeTag = QFMarkupDirective::closeTag(_job._owner.currentMarkupAttribute());
+    if (_outputKind == Output::Own) {
+        _output.appendVerbatim(closeTag);
+        return;
+    }
+    _output.endPair();
+    _output.appendMarkup(closeTag);
+}
+
 void CVHTMLWalk::openTableAndCell(const NSTextTableBlock &cell)
 {
     if (cell.table != _table) {
@@ -248,12 +286,24 @@ void CVHTMLWalk::alignAttachmentParagraph(NSTextAlignment alignment)
 /// Raw text: without its line breaks.
 void CVHTMLWalk::appendUnbrokenText(NSRange range)
 {
-    _scratch = textIn(range).toString();
+    const QStringView text = textIn(range);
+    if (!text.contains(u'\n') && !text.contains(u'\r')) {
+        _output.appendText(text);
+        return;
+    }
+    _scratch = text.toString();
     _output.appendText(CVHTML::substituteNewlines(_scratch));
 }
 
 void CVHTMLWalk::appendLink(const QVariant &link, NSRange range)
 {
+    // Most links are plain addresses; what `processLink` makes of them needs no detour.
+    if (link.typeId() == QMetaType::QString) {
+        _output.appendLiteral(u"<a href=\"");
+        _output.appendText(*static_cast<const QString *>(link.constData()));
+        _output.appendLiteral(u"\">");
+        return;
+    }
     const QFReport::Place place(_job._pageID, range);
     _scratch.resize(0);
     const CVHTMLRequest &request = _job._request;
@@ -277,27 +327,27 @@ void CVHTMLWalk::appendAttachment(const NSTextAttachmentPtr &attachment, NSRange
     _output.appendMarkup(_scratch);
 }
 
-/// Exports the list paragraphs from this run on, as far as their paragraph style stays the same. What is open
-/// around them, paragraph or table, stays open: the list lands inside it.
-qsizetype CVHTMLWalk::exportList(qsizetype run)
+/// Exports the list paragraphs from here on, as far as their paragraph style stays the same; answers the
+/// number of the next run. What is open around them, paragraph or table, stays open: the list lands inside
+/// it.
+qsizetype CVHTMLWalk::exportList(const NSParagraphStyle &style, qsizetype start)
 {
-    const qsizetype start = _text.runs().at(run).start;
+    const QString markerFormat = style.textLists.at(_outerLists).markerFormat;
+    const bool hasInnerList = style.textLists.size() > _outerLists + 1;
     NSRange whole;
-    (void)_text.attribute(NSParagraphStyleAttributeName, start, &whole,
-                          NSRange{start, _text.length() - start});
+    (void)_text.attribute(NSParagraphStyleAttributeName, start, &whole, NSRange{start, _range.end() - start});
     const QList<NSRange> pieces = NSStringOperations::rangesSeparatedByString(textIn(whole), u"\n");
     if (!pieces.isEmpty()) {
         int listType = 1;
-        const NSAttributedString first = _text.attributedSubstringFromRange({start, 1});
-        const QString cssClass = CVHTML::textListStyleAttribute(first, &listType);
-        const bool hasInnerList = ParagraphStyle::hasInnerList(first);
+        const QString cssClass =
+            CVHTML::htmlBulletStyleFromCocoaTextListMarkerFormat(markerFormat, &listType);
         const QStringView tag = listType == 0 ? u"ol" : u"ul";
-        _output.appendMarkup(QString(u'<' % tag % u" class=\"" % printed(cssClass) % u"\">"));
+        _output.appendVerbatim(QString(u'<' % tag % u" class=\"" % printed(cssClass) % u"\">"));
         for (const NSRange piece : pieces)
             exportListItem({whole.location + piece.location, piece.length}, hasInnerList);
         _output.appendVerbatim(QString(u"</" % tag % u'>'));
     }
-    return whole.end() < _text.length() ? _text.runAtIndex(whole.end()) : _text.runs().size();
+    return whole.end() < _range.end() ? _text.runAtIndex(whole.end()) : _text.runs().size();
 }
 
 /// One line of a list: what follows its marker, exported by itself. A line without a marker is dropped.
@@ -314,9 +364,9 @@ void CVHTMLWalk::exportListItem(NSRange piece, bool hasInnerList)
     if (hasInnerList && contentStart(textIn(content)) < 0)
         content = piece;
 
-    const QFReport::Place place(_job._pageID, content);
-    const NSAttributedString item = _job.itemContent(_text.attributedSubstringFromRange(content));
+    const bool isDeepest = _outerLists + 1 >= CVHTMLExport::deepestList;
+    const qsizetype outerLists = isDeepest ? std::numeric_limits<qsizetype>::max() : _outerLists + 1;
     _output.appendLiteral(u"<li>");
-    _output.appendMarkup(_job.exportedItem(item));
+    _job.exportItem(content, outerLists, _output);
     _output.appendLiteral(u"</li>");
 }

@@ -29,4 +29,11 @@ struct NSRange
             location < 0 ? length + std::max(location, -std::max<qsizetype>(length, 0)) : length;
         return {from, std::clamp<qsizetype>(wanted, 0, textLength - from)};
     }
+
+    /// The part of this range that lies in another; both must lie in a text.
+    [[nodiscard]] constexpr NSRange clippedTo(NSRange other) const
+    {
+        const qsizetype from = std::max(location, other.location);
+        return {from, std::max<qsizetype>(std::min(end(), other.end()) - from, 0)};
+    }
 };

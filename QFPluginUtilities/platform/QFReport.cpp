@@ -19,8 +19,6 @@ void QFReport::addHere(QFReportRecord record)
     if (const Place *place = currentPlace) {
         record.page = place->_page;
         record.range = place->_range;
-        while ((place = place->_previous))
-            record.range.location += place->_range.location;
     }
     currentReport->add(std::move(record));
 }

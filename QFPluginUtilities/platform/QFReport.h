@@ -59,8 +59,8 @@ public:
         QFReport *_previous;
     };
 
-    /// Page and range that records made in this scope get; on this thread. Scopes nest, and a nested range is
-    /// counted from the start of the range around it, so that a list item's records speak of the whole text.
+    /// Page and range that records made in this scope get; on this thread. Of scopes that nest, the inner one
+    /// counts.
     class QF_EXPORT Place
     {
     public:

@@ -28,6 +28,12 @@ QFHTMLTextWriter::QFHTMLTextWriter(qsizetype capacity)
     grow(std::max<qsizetype>(capacity, 0));
 }
 
+void QFHTMLTextWriter::reserve(qsizetype units)
+{
+    if (units > size())
+        grow(units - size());
+}
+
 void QFHTMLTextWriter::appendText(QStringView text)
 {
     append(_textEncoder, text);

@@ -21,6 +21,8 @@ public:
     QFHTMLTextWriter(const QFHTMLTextWriter &) = delete;
     QFHTMLTextWriter &operator=(const QFHTMLTextWriter &) = delete;
 
+    /// Makes room for an output of so many units in all.
+    void reserve(qsizetype units);
     /// Text with named references as `QFCharacterConverter` makes them, tags skipped.
     void appendText(QStringView text);
     /// Markup: nothing but line breaks is changed.
@@ -44,6 +46,9 @@ public:
         _at += N - 1;
         _afterCarriageReturn = false;
     }
+
+    /// A CR before here and a LF behind it are two line breaks.
+    void endPair() { _afterCarriageReturn = false; }
 
     /// Units written so far.
     [[nodiscard]] qsizetype size() const { return _at ? _at - begin() : 0; }

@@ -156,6 +156,25 @@ private Q_SLOTS:
         QCOMPARE(html.count(u"<li>"_s), html.count(u"</li>"_s));
         QVERIFY(html.count(u"<li>"_s) <= 64);
     }
+    void endsAtTemplatesThatDouble()
+    {
+        NSParagraphStyle style;
+        style.textLists.resize(60, {u"{disc}"_s});
+        const NSAttributedString text(u"\t-\tdeep"_s, NSAttributeDictionary{paragraph(style)});
+        const QString html = exported(text, u"%content%\n%content%"_s);
+        QVERIFY(html.contains(u"deep<br />"_s));
+        QVERIFY(html.size() < qsizetype(1) << 29);
+    }
+    void keepsBreaksOfCloseTagsApart()
+    {
+        // At an item's end the tag's own break comes to the text's, and the two make no pair.
+        const QVariantMap tag{{u"opentag"_s, u""_s}, {u"closetag"_s, u"\n"_s}};
+        NSParagraphStyle style;
+        style.textLists = {{u"{disc}"_s}};
+        const NSAttributedString text =
+            styled({{u"\t-\ta\r", {paragraph(style)}}, {u"b", {paragraph(style), directed(tag)}}});
+        QCOMPARE(exported(text), u"<ul class=\"disc\"><li>a<br />b<br /></li></ul>"_s);
+    }
     void ignoresAttributesOfWrongTypes()
     {
         const NSAttributedString text = styled({{u"x",
@@ -176,7 +195,7 @@ private Q_SLOTS:
         };
         NSMutableAttributedString whole;
         NSMutableAttributedString letters;
-        for (int i = 0; i < 50; ++i) {
+        for (int i = 0; i < 2000; ++i) {
             whole.append(piece(i));
             for (qsizetype unit = 0; unit < piece(i).length(); ++unit)
                 letters.append(piece(i).attributedSubstringFromRange({unit, 1}));

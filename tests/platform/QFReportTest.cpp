@@ -20,7 +20,7 @@ private Q_SLOTS:
         logFailure(qfExportLog(), u"attachment"_s, u"Failed to write \"%1\" to /a b"_s, u"/a b"_s);
         QCOMPARE(report.records(),
                  (QList<QFReportRecord>{{u"attachment"_s, u"Failed to write \"%1\" to /a b"_s, u"p1"_s,
-                                         NSRange{13, 4}, u"/a b"_s, true}}));
+                                         NSRange{3, 4}, u"/a b"_s, true}}));
     }
     void belongsToItsThreadAndScope()
     {
