@@ -429,10 +429,10 @@ void Importer::insertImage()
 
     reportLoss(u"image"_s, u"left out: not in the document's folder, or cannot be read"_s, source.left(1000));
     CharacterStyle style = _context.style;
-    if (source.size() > kMaximumAddressLength)
-        style.link = _context.style.link;
-    else if (source.startsWith(u"http://") || source.startsWith(u"https://") || source.startsWith(u"//"))
-        style.link = style.link.isValid() ? style.link : QVariant(safeAddress(source));
+    const bool isOnServer =
+        source.startsWith(u"http://") || source.startsWith(u"https://") || source.startsWith(u"//");
+    if (isOnServer && source.size() <= kMaximumAddressLength && !style.link.isValid())
+        style.link = safeAddress(source);
     _builder.setStyle(style);
     if (!alternative.isEmpty())
         _builder.appendText(HTMLImporter::textForMarkup(alternative),
