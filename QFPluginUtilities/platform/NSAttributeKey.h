@@ -19,7 +19,7 @@ public:
     [[nodiscard]] QString name() const;
 
     friend constexpr bool operator==(NSAttributeKey, NSAttributeKey) = default;
-    friend constexpr auto operator<=>(NSAttributeKey, NSAttributeKey) = default;
+    friend constexpr bool operator<(NSAttributeKey a, NSAttributeKey b) { return a._id < b._id; }
 
     /// For the constants below: the n-th name of the built-in table, from 1.
     static constexpr NSAttributeKey builtIn(quint16 n)
