@@ -1,4 +1,4 @@
-# What every target of the project is built with, and the two helpers that keep its build files short.
+# What every target of the project is built with, and the helper that keeps its build files short.
 
 set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)

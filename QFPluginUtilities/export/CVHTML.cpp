@@ -118,16 +118,16 @@ QString CVHTML::exportAttributedString(const NSAttributedString &text, const QSt
                                        const QString &HTMLTemplate, const QString &contentTag,
                                        QObject *fromPage, qint64 depthCorrection)
 {
-    CVHTMLExport job(*this,
-                     {.toPath = toPath,
-                      .imagesFolder = sameString(toPath, imagesFolder) ? filesFolderName() : imagesFolder,
-                      .imagePrefix = imagePrefix,
-                      .HTMLTemplate = HTMLTemplate,
-                      .contentTag = contentTag,
-                      .fromPage = fromPage,
-                      .depthCorrection = depthCorrection},
-                     text);
     try {
+        CVHTMLExport job(*this,
+                         {.toPath = toPath,
+                          .imagesFolder = sameString(toPath, imagesFolder) ? filesFolderName() : imagesFolder,
+                          .imagePrefix = imagePrefix,
+                          .HTMLTemplate = HTMLTemplate,
+                          .contentTag = contentTag,
+                          .fromPage = fromPage,
+                          .depthCorrection = depthCorrection},
+                         text);
         return job.exported();
     } catch (const std::bad_alloc &) {
         reportLoss(u"memory"_s, u"There is not enough memory for the page."_s);

@@ -69,6 +69,23 @@ unsigned slotBits(qsizetype runs)
     return static_cast<unsigned>(std::bit_width(static_cast<quint64>(std::clamp<qsizetype>(runs, 8, 1023))));
 }
 
+/// Whether two values under a key are both absent, or of one type and equal.
+template <typename T>
+bool haveSame(const NSAttributeDictionary &a, const NSAttributeDictionary &b, NSAttributeKey key)
+{
+    const T *x = a.find<T>(key);
+    const T *y = b.find<T>(key);
+    return x && y ? *x == *y : x == y;
+}
+
+/// Whether two dictionaries have the same character style.
+bool looksLike(const NSAttributeDictionary &a, const NSAttributeDictionary &b)
+{
+    return haveSame<NSFont>(a, b, NSFontAttributeName) &&
+           haveSame<NSColor>(a, b, NSForegroundColorAttributeName) &&
+           a.contains(NSUnderlineStyleAttributeName) == b.contains(NSUnderlineStyleAttributeName);
+}
+
 } // namespace
 
 CVHTMLCharacterStyle characterStyle(const NSAttributeDictionary &attributes,
@@ -115,8 +132,8 @@ std::optional<NSTextAlignment> resolvedAlignment(const NSParagraphStyle &style)
     }
 }
 
-CVHTMLRunStyle::CVHTMLRunStyle(const NSAttributeDictionary &given, const CVHTMLStyleDefaults &defaults)
-    : attributes(given), character(characterStyle(given, defaults)),
+CVHTMLRunStyle::CVHTMLRunStyle(const NSAttributeDictionary &given, CVHTMLCharacterStyle characterStyle)
+    : attributes(given), character(std::move(characterStyle)),
       directive(attributes.find<QVariantMap>(kQFTextViewMarkupDirectivesAttributeName)),
       paragraphStyle(attributes.find<NSParagraphStyle>(NSParagraphStyleAttributeName)),
       link(attributes.find(NSLinkAttributeName)),
@@ -140,6 +157,19 @@ CVHTMLRunStyleCache::CVHTMLRunStyleCache(CVHTMLStyleDefaults defaults, qsizetype
 
 void CVHTMLRunStyleCache::fill(Slot &slot, const NSAttributeDictionary &attributes)
 {
-    slot.style = CVHTMLRunStyle(attributes, _defaults);
+    slot.style = CVHTMLRunStyle(attributes, knownCharacterStyle(attributes));
     slot.isUsed = true;
+}
+
+/// Links differ in their address and seldom in their looks: a few styles serve most dictionaries.
+CVHTMLCharacterStyle CVHTMLRunStyleCache::knownCharacterStyle(const NSAttributeDictionary &attributes)
+{
+    for (const KnownCharacterStyle &known : _known) {
+        if (looksLike(known.attributes, attributes))
+            return known.style;
+    }
+    KnownCharacterStyle &fresh = _known[_nextKnown];
+    _nextKnown = (_nextKnown + 1) % _known.size();
+    fresh = {attributes, characterStyle(attributes, _defaults)};
+    return fresh.style;
 }

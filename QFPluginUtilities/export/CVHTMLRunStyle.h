@@ -8,6 +8,7 @@
 #include <QString>
 #include <QVariantMap>
 
+#include <array>
 #include <optional>
 #include <vector>
 
@@ -38,7 +39,7 @@ struct CVHTMLCharacterStyle
 struct CVHTMLRunStyle
 {
     CVHTMLRunStyle() = default;
-    CVHTMLRunStyle(const NSAttributeDictionary &attributes, const CVHTMLStyleDefaults &defaults);
+    CVHTMLRunStyle(const NSAttributeDictionary &attributes, CVHTMLCharacterStyle character);
 
     NSAttributeDictionary attributes;
     CVHTMLCharacterStyle character;
@@ -80,8 +81,18 @@ private:
         // Fibonacci hashing: the upper bits of a product with 2^64 divided by the golden ratio.
         return (reinterpret_cast<quintptr>(address) * Q_UINT64_C(0x9E3779B97F4A7C15)) >> _shift;
     }
-    void fill(Slot &slot, const NSAttributeDictionary &attributes);
+    /// The character style of another dictionary holds for all that have its font, colour and underline.
+    struct KnownCharacterStyle
+    {
+        NSAttributeDictionary attributes;
+        CVHTMLCharacterStyle style;
+    };
 
+    void fill(Slot &slot, const NSAttributeDictionary &attributes);
+    [[nodiscard]] CVHTMLCharacterStyle knownCharacterStyle(const NSAttributeDictionary &attributes);
+
+    std::array<KnownCharacterStyle, 8> _known;
+    size_t _nextKnown = 0;
     CVHTMLStyleDefaults _defaults;
     unsigned _shift; ///< 64 less the bits of a slot's number
     std::vector<Slot> _slots;

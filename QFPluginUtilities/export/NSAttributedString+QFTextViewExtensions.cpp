@@ -6,15 +6,18 @@
 #include "platform/NSKeyedArchiver.h"
 #include "platform/NSKeyedUnarchiver.h"
 #include "platform/QFReport.h"
+#include "platform/WithoutThrowing.h"
 
 using namespace Qt::StringLiterals;
 
 QByteArray QFTextViewExtensions::createArchiveFromSelection(const NSAttributedString &text, NSRange range)
 {
-    const NSAttributedString selected = text.attributedSubstringFromRange(range);
-    if (selected.isEmpty())
-        return {};
-    return NSKeyedArchiver::archivedDataWithRootObject(QVariant::fromValue(selected));
+    return withoutThrowing([&] {
+        const NSAttributedString selected = text.attributedSubstringFromRange(range);
+        if (selected.isEmpty())
+            return QByteArray();
+        return NSKeyedArchiver::archivedDataWithRootObject(QVariant::fromValue(selected));
+    });
 }
 
 std::optional<NSAttributedString> QFTextViewExtensions::createStringFromArchive(const QByteArray &data)

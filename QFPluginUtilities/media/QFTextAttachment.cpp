@@ -87,8 +87,10 @@ void QFTextAttachment::decodeWithCoder(NSKeyedUnarchiver &coder)
     const QVariant attributes = coder.decodeObject();
     if (attributes.typeId() == QMetaType::QVariantMap)
         setMediaAttributes(attributes.toMap());
-    if (version > 0)
-        _cachedImage = coder.decodeObject().toByteArray();
+    if (version > 0) {
+        const QVariant image = coder.decodeObject();
+        _cachedImage = image.typeId() == QMetaType::QByteArray ? image.toByteArray() : QByteArray();
+    }
     if (version > 1) {
         const QVariant wrapper = coder.decodeObject();
         if (const auto file = wrapper.value<NSFileWrapperPtr>())

@@ -76,7 +76,9 @@ std::optional<QVariant> numberAs(QMetaType type, const QVariant &value)
     if (type.id() == QMetaType::Float)
         return QVariant(floatValue(value));
     // What 64 signed bits cannot hold.
-    if (value.metaType().id() == QMetaType::ULongLong && value.toULongLong() > quint64(INT64_MAX)) {
+    const int typeId = value.typeId();
+    if ((typeId == QMetaType::ULongLong || typeId == QMetaType::ULong) &&
+        value.toULongLong() > quint64(INT64_MAX)) {
         const quint64 number = value.toULongLong();
         return type.sizeOf() == 8 && !isSigned(type) ? std::optional(QVariant(type, &number)) : std::nullopt;
     }

@@ -203,6 +203,8 @@ QVariant perform(QObject *object, Call &call)
     QVariant answer;
     if (hasAnswer && answerType != QMetaType::fromType<QVariant>())
         answer = QVariant(answerType);
+    if (hasAnswer && answerType != QMetaType::fromType<QVariant>() && !answer.isValid())
+        return {}; // an answer of a type that cannot be made beforehand
     std::array<void *, maximumMessageArguments + 1> frame{};
     frame[0] = hasAnswer ? storage(answer, answerType) : nullptr;
     for (qsizetype i = 0; i < call.arguments.size(); ++i)

@@ -7,6 +7,7 @@
 #include <QString>
 
 #include <optional>
+#include <span>
 
 class NSMutableAttributedString;
 
@@ -95,5 +96,5 @@ public:
     [[nodiscard]] NSAttributedString copy() const { return *this; }
 
 private:
-    void replaceRuns(NSRange replaced, qsizetype insertedLength, const QList<Run> &inserted);
+    void replaceRuns(NSRange replaced, qsizetype insertedLength, std::span<const Run> inserted);
 };

@@ -1,6 +1,7 @@
 #include "platform/NSFileWrapper.h"
 
 #include "platform/NSStringPathExtensions.h"
+#include "platform/WithoutThrowing.h"
 
 #include <QFile>
 #include <QRandomGenerator>
@@ -327,7 +328,8 @@ NSFileWrapperPtr NSFileWrapper::directoryWithFileWrappers(const QList<NSFileWrap
 NSFileWrapperPtr NSFileWrapper::wrapperWithPath(const QString &path, qint64 maximumBytes)
 {
     const QByteArray name = systemPath(path);
-    return name.isEmpty() ? nullptr : readAt(AT_FDCWD, name, maximumBytes, 0);
+    return withoutThrowing(
+        [&] { return name.isEmpty() ? nullptr : readAt(AT_FDCWD, name, maximumBytes, 0); });
 }
 
 bool NSFileWrapper::writeToPath(const QString &path, bool atomically) const

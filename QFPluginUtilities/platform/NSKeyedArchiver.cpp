@@ -7,6 +7,7 @@
 #include "platform/NSPropertyListValue.h"
 #include "platform/QFReport.h"
 #include "platform/Values.h"
+#include "platform/WithoutThrowing.h"
 
 #include <QHash>
 
@@ -129,10 +130,13 @@ struct NSKeyedArchiver::Private
         // The place is taken first: the object may lie inside itself.
         const UID uid = addObject(0);
         known.insert(address, {uid, value});
-        return encodeContents(*found, encode, [this, uid](Ref contents) {
+        const UID placed = encodeContents(*found, encode, [this, uid](Ref contents) {
             objects[uid] = contents;
             return uid;
         });
+        if (placed == 0)
+            known.remove(address); // nested too deeply here; nearer to the top it may be written
+        return placed;
     }
 
     /// Copies of a variant share what they hold, unless it is small enough to lie inside each of them.
@@ -164,7 +168,11 @@ struct NSKeyedArchiver::Private
         Frame contents;
         Frame *outer = std::exchange(frame, &contents);
         ++depth;
-        encode();
+        // What a class writes may be foreign code; what it wrote before it threw is kept.
+        (void)withoutThrowing([&] {
+            encode();
+            return true;
+        });
         addStored(writer.addString(NSKeyedArchiveLayout::classKey), classReference(archivableClass));
         --depth;
         frame = outer;
@@ -203,9 +211,11 @@ NSKeyedArchiver::~NSKeyedArchiver() = default;
 
 QByteArray NSKeyedArchiver::archivedDataWithRootObject(const QVariant &root)
 {
-    NSKeyedArchiver archiver;
-    archiver.encodeObject(root, NSKeyedArchiveLayout::rootKey);
-    return archiver.encodedData();
+    return withoutThrowing([&] {
+        NSKeyedArchiver archiver;
+        archiver.encodeObject(root, NSKeyedArchiveLayout::rootKey);
+        return archiver.encodedData();
+    });
 }
 
 void NSKeyedArchiver::encodeObject(const QVariant &object, QStringView key)

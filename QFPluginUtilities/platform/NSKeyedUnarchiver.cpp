@@ -5,6 +5,7 @@
 #include "platform/NSKeyedArchiver.h"
 #include "platform/NSPropertyListValue.h"
 #include "platform/Values.h"
+#include "platform/WithoutThrowing.h"
 
 #include <QHash>
 
@@ -161,7 +162,7 @@ struct NSKeyedUnarchiver::Private
         Frame *outer = std::exchange(frame, &contents);
         slot.state = Slot::State::Reading;
         ++depth;
-        const QVariant object = archivableClass->decode(*coder);
+        const QVariant object = withoutThrowing([&] { return archivableClass->decode(*coder); });
         --depth;
         slot = {failed || isNil(object) ? QVariant() : object, contents.unfolded, contents.height,
                 Slot::State::Read};
@@ -222,9 +223,11 @@ NSKeyedUnarchiver::~NSKeyedUnarchiver() = default;
 
 QVariant NSKeyedUnarchiver::unarchiveObjectWithData(const QByteArray &archive)
 {
-    NSKeyedUnarchiver unarchiver(archive);
-    const QVariant root = unarchiver.decodeObject(NSKeyedArchiveLayout::rootKey);
-    return unarchiver.d->failed ? QVariant() : root;
+    return withoutThrowing([&] {
+        NSKeyedUnarchiver unarchiver(archive);
+        const QVariant root = unarchiver.decodeObject(NSKeyedArchiveLayout::rootKey);
+        return unarchiver.d->failed ? QVariant() : root;
+    });
 }
 
 bool NSKeyedUnarchiver::containsValueForKey(QStringView key) const

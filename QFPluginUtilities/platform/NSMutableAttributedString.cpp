@@ -1,6 +1,9 @@
 #include "platform/NSAttributedString.h"
 
+#include <QVarLengthArray>
+
 #include <algorithm>
+#include <array>
 #include <limits>
 
 namespace {
@@ -8,9 +11,10 @@ namespace {
 using Run = NSAttributedString::Run;
 
 /// Adds a run unless it goes on with the attributes of the one before it.
-void appendJoined(QList<Run> &runs, quint32 start, const NSAttributeDictionary &attributes)
+template <typename Runs>
+void appendJoined(Runs &runs, quint32 start, const NSAttributeDictionary &attributes)
 {
-    if (runs.isEmpty() || !(runs.constLast().attributes == attributes))
+    if (runs.isEmpty() || !(runs.last().attributes == attributes))
         runs.append({start, attributes});
 }
 
@@ -20,7 +24,7 @@ void appendJoined(QList<Run> &runs, quint32 start, const NSAttributeDictionary &
 /// left of the runs at both ends is joined with its new neighbours where attributes are equal. Looks at the
 /// runs of the text before the edit; the string itself is changed by the caller.
 void NSMutableAttributedString::replaceRuns(NSRange replaced, qsizetype insertedLength,
-                                            const QList<Run> &inserted)
+                                            std::span<const Run> inserted)
 {
     const auto startsBefore = [](const Run &run, qsizetype index) { return run.start < index; };
     // The splice begins behind the last run that starts before the range, and ends before the first run that
@@ -30,8 +34,8 @@ void NSMutableAttributedString::replaceRuns(NSRange replaced, qsizetype inserted
     const qsizetype from = std::distance(_runs.cbegin(), begin);
     const qsizetype to = std::distance(_runs.cbegin(), end);
 
-    QList<Run> fresh;
-    fresh.reserve(inserted.size() + 2);
+    QVarLengthArray<Run, 8> fresh;
+    fresh.reserve(static_cast<qsizetype>(inserted.size()) + 2);
     if (from > 0)
         fresh.append(_runs.at(from - 1));
     for (const Run &run : inserted)
@@ -45,7 +49,7 @@ void NSMutableAttributedString::replaceRuns(NSRange replaced, qsizetype inserted
         appendJoined(fresh, static_cast<quint32>(replaced.end() + shift), _runs.at(to - 1).attributes);
     }
     qsizetype tail = to;
-    if (tail < _runs.size() && !fresh.isEmpty() && fresh.constLast().attributes == _runs.at(tail).attributes)
+    if (tail < _runs.size() && !fresh.isEmpty() && fresh.last().attributes == _runs.at(tail).attributes)
         ++tail;
 
     const qsizetype head = std::max<qsizetype>(from - 1, 0);
@@ -65,7 +69,7 @@ void NSMutableAttributedString::setAttributes(const NSAttributeDictionary &attri
 {
     range = range.clippedTo(_string.size());
     if (!range.isEmpty())
-        replaceRuns(range, range.length, {{0, attributes}});
+        replaceRuns(range, range.length, std::array{Run{0, attributes}});
 }
 
 void NSMutableAttributedString::addAttribute(NSAttributeKey key, const QVariant &value, NSRange range)
@@ -110,9 +114,10 @@ void NSMutableAttributedString::append(const QString &text, const NSAttributeDic
 
 void NSMutableAttributedString::append(const NSAttributedString &text)
 {
-    for (qsizetype run = 0; run < text.runs().size(); ++run) {
-        const NSRange range = text.rangeOfRun(run);
-        append(text.string().mid(range.location, range.length), text.runs().at(run).attributes);
+    const NSAttributedString source = text; // which may be this text
+    for (qsizetype run = 0; run < source.runs().size(); ++run) {
+        const NSRange range = source.rangeOfRun(run);
+        append(source.string().mid(range.location, range.length), source.runs().at(run).attributes);
     }
 }
 

@@ -3,6 +3,7 @@
 #include "platform/NSBinaryPropertyList.h"
 #include "platform/NSPropertyListValue.h"
 #include "platform/NSXMLPropertyList.h"
+#include "platform/WithoutThrowing.h"
 
 #include <QTimeZone>
 
@@ -72,11 +73,13 @@ QVariant NSPropertyList::propertyListFromData(const QByteArray &data, NSProperty
     const bool binary = data.startsWith("bplist0");
     if (format)
         *format = binary ? NSPropertyListFormat::Binary : NSPropertyListFormat::XML;
-    return binary ? propertyListFromBinary(data) : propertyListFromXML(data);
+    return withoutThrowing([&] { return binary ? propertyListFromBinary(data) : propertyListFromXML(data); });
 }
 
 QByteArray NSPropertyList::dataFromPropertyList(const QVariant &value, NSPropertyListFormat format)
 {
-    return format == NSPropertyListFormat::Binary ? binaryFromPropertyList(value)
-                                                  : xmlFromPropertyList(value);
+    return withoutThrowing([&] {
+        return format == NSPropertyListFormat::Binary ? binaryFromPropertyList(value)
+                                                      : xmlFromPropertyList(value);
+    });
 }

@@ -200,6 +200,8 @@ bool isNil(const QVariant &value)
     const auto flags = value.metaType().flags();
     if (flags & QMetaType::PointerToQObject)
         return *static_cast<QObject *const *>(value.constData()) == nullptr;
+    if (flags & QMetaType::TrackingPointerToQObject)
+        return objectValue(value) == nullptr;
     // A null shared pointer equals a fresh one of its type.
     if (value.typeId() >= QMetaType::User && qstrncmp(value.metaType().name(), "std::shared_ptr<", 16) == 0)
         return value == QVariant(value.metaType());
@@ -280,5 +282,7 @@ QObject *objectValue(const QVariant &value)
 {
     if (value.metaType().flags() & QMetaType::PointerToQObject)
         return *static_cast<QObject *const *>(value.constData());
+    if (value.metaType().flags() & QMetaType::TrackingPointerToQObject)
+        return value.value<QObject *>();
     return nullptr;
 }

@@ -144,6 +144,14 @@ private Q_SLOTS:
         QCOMPARE(text.string(), u"XYbc"_s);
         QCOMPARE(text.attributesAtIndex(1), number(1));
     }
+    void appendsToItself()
+    {
+        NSMutableAttributedString text(u"a"_s, number(1));
+        text.append(u"b"_s, number(2));
+        text.append(text);
+        QCOMPARE(text.string(), u"abab"_s);
+        QCOMPARE(text.runs().size(), 4);
+    }
     void dictionariesStoreNoNil()
     {
         const NSAttributeDictionary attributes{{kKey, QString()},

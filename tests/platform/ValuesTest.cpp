@@ -2,6 +2,7 @@
 #include "platform/NSColor.h"
 #include "platform/NSTextAttachment.h"
 
+#include <QPointer>
 #include <QTest>
 #include <QUrl>
 
@@ -70,6 +71,8 @@ private Q_SLOTS:
         QVERIFY(isNil(QVariant::fromValue(NSTextAttachmentPtr())));
         QVERIFY(!isNil(QVariant::fromValue(std::make_shared<NSTextAttachment>())));
         QVERIFY(!isNil(u""_s));
+        QVERIFY(isNil(QVariant::fromValue(QPointer<QObject>())));
+        QCOMPARE(objectValue(QVariant::fromValue(QPointer<ValuesTest>(this))), this);
         QVERIFY(!sameString({}, {}));
     }
     void reads_data()
