@@ -53,9 +53,8 @@ QString fontStyle(const NSFont &font, const QString &weight, const CVHTMLStyleDe
     return u"font-size:" % pixels(font.pointSize) % u"px; " % weight;
 }
 
-QString colourStyle(const NSAttributeDictionary &attributes, const QString &weight)
+QString colourStyle(const NSColor *given, const QString &weight)
 {
-    const auto *given = attributes.find<NSColor>(NSForegroundColorAttributeName);
     const std::optional<NSColor> color =
         given ? given->colorUsingColorSpaceName(NSCalibratedRGBColorSpace) : std::nullopt;
     if (!color)
@@ -69,38 +68,38 @@ unsigned slotBits(qsizetype runs)
     return static_cast<unsigned>(std::bit_width(static_cast<quint64>(std::clamp<qsizetype>(runs, 8, 1023))));
 }
 
-/// Whether two values under a key are both absent, or of one type and equal.
 template <typename T>
-bool haveSame(const NSAttributeDictionary &a, const NSAttributeDictionary &b, NSAttributeKey key)
+bool areSame(const T *a, const T *b)
 {
-    const T *x = a.find<T>(key);
-    const T *y = b.find<T>(key);
-    return x && y ? *x == *y : x == y;
+    return a && b ? *a == *b : a == b;
 }
 
-/// Whether two dictionaries have the same character style.
-bool looksLike(const NSAttributeDictionary &a, const NSAttributeDictionary &b)
+/// The value if it is exactly a T: a value of a wrong type counts as absent.
+template <typename T>
+const T *valueAs(const QVariant &value)
 {
-    return haveSame<NSFont>(a, b, NSFontAttributeName) &&
-           haveSame<NSColor>(a, b, NSForegroundColorAttributeName) &&
-           a.contains(NSUnderlineStyleAttributeName) == b.contains(NSUnderlineStyleAttributeName);
+    return value.metaType() == QMetaType::fromType<T>() ? static_cast<const T *>(value.constData()) : nullptr;
 }
 
 } // namespace
 
-CVHTMLCharacterStyle characterStyle(const NSAttributeDictionary &attributes,
-                                    const CVHTMLStyleDefaults &defaults)
+bool CVHTMLLooks::isLike(const CVHTMLLooks &other) const
 {
-    const auto *font = attributes.find<NSFont>(NSFontAttributeName);
+    return isUnderlined == other.isUnderlined && areSame(font, other.font) && areSame(color, other.color);
+}
+
+CVHTMLCharacterStyle characterStyle(const CVHTMLLooks &looks, const CVHTMLStyleDefaults &defaults)
+{
+    const NSFont *font = looks.font;
     const bool isBold = font && font->isBold();
     const bool isItalic = font && font->isItalic();
     // Any value underlines, zero too; but only a run with a font is asked.
-    const bool isUnderlined = font && attributes.contains(NSUnderlineStyleAttributeName);
+    const bool isUnderlined = font && looks.isUnderlined;
 
     // The weight stands behind the font and again behind the colour: twice, when there are both.
     const QString weight = isBold ? u"font-weight:bold; "_s : QString();
     const QString style =
-        (font ? fontStyle(*font, weight, defaults) : QString()) + colourStyle(attributes, weight);
+        (font ? fontStyle(*font, weight, defaults) : QString()) + colourStyle(looks.color, weight);
 
     CVHTMLCharacterStyle result;
     const auto wrap = [&result](QStringView opening, QStringView closing) {
@@ -132,15 +131,26 @@ std::optional<NSTextAlignment> resolvedAlignment(const NSParagraphStyle &style)
     }
 }
 
-CVHTMLRunStyle::CVHTMLRunStyle(const NSAttributeDictionary &given, CVHTMLCharacterStyle characterStyle)
-    : attributes(given), character(std::move(characterStyle)),
-      directive(attributes.find<QVariantMap>(kQFTextViewMarkupDirectivesAttributeName)),
-      paragraphStyle(attributes.find<NSParagraphStyle>(NSParagraphStyleAttributeName)),
-      link(attributes.find(NSLinkAttributeName)),
-      attachment(attributes.find<NSTextAttachmentPtr>(NSAttachmentAttributeName))
+CVHTMLRunStyle::CVHTMLRunStyle(const NSAttributeDictionary &given) : attributes(given)
 {
-    const QVariant *raw = attributes.find(kQFTextViewIgnoreFormattingAttributeName);
-    isRaw = raw && boolValue(*raw);
+    for (const auto &[key, value] : attributes.entries()) {
+        if (key == NSFontAttributeName)
+            looks.font = valueAs<NSFont>(value);
+        else if (key == NSForegroundColorAttributeName)
+            looks.color = valueAs<NSColor>(value);
+        else if (key == NSUnderlineStyleAttributeName)
+            looks.isUnderlined = true;
+        else if (key == NSParagraphStyleAttributeName)
+            paragraphStyle = valueAs<NSParagraphStyle>(value);
+        else if (key == NSLinkAttributeName)
+            link = &value;
+        else if (key == NSAttachmentAttributeName)
+            attachment = valueAs<NSTextAttachmentPtr>(value);
+        else if (key == kQFTextViewMarkupDirectivesAttributeName)
+            directive = valueAs<QVariantMap>(value);
+        else if (key == kQFTextViewIgnoreFormattingAttributeName)
+            isRaw = boolValue(value);
+    }
     if (!paragraphStyle)
         return;
     alignment = resolvedAlignment(*paragraphStyle);
@@ -157,19 +167,20 @@ CVHTMLRunStyleCache::CVHTMLRunStyleCache(CVHTMLStyleDefaults defaults, qsizetype
 
 void CVHTMLRunStyleCache::fill(Slot &slot, const NSAttributeDictionary &attributes)
 {
-    slot.style = CVHTMLRunStyle(attributes, knownCharacterStyle(attributes));
+    slot.style = CVHTMLRunStyle(attributes);
+    slot.style.character = knownCharacterStyle(slot.style);
     slot.isUsed = true;
 }
 
 /// Links differ in their address and seldom in their looks: a few styles serve most dictionaries.
-CVHTMLCharacterStyle CVHTMLRunStyleCache::knownCharacterStyle(const NSAttributeDictionary &attributes)
+CVHTMLCharacterStyle CVHTMLRunStyleCache::knownCharacterStyle(const CVHTMLRunStyle &style)
 {
     for (const KnownCharacterStyle &known : _known) {
-        if (looksLike(known.attributes, attributes))
+        if (known.looks.isLike(style.looks))
             return known.style;
     }
     KnownCharacterStyle &fresh = _known[_nextKnown];
     _nextKnown = (_nextKnown + 1) % _known.size();
-    fresh = {attributes, characterStyle(attributes, _defaults)};
+    fresh = {style.attributes, style.looks, characterStyle(style.looks, _defaults)};
     return fresh.style;
 }

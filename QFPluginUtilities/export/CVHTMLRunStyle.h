@@ -2,6 +2,8 @@
 
 #include "export/QFWebSafeFonts.h"
 #include "platform/NSAttributeDictionary.h"
+#include "platform/NSColor.h"
+#include "platform/NSFont.h"
 #include "platform/NSParagraphStyle.h"
 #include "platform/NSTextAttachment.h"
 
@@ -27,7 +29,17 @@ struct CVHTMLCharacterStyle
     QString closing; ///< the same in reverse
 };
 
-[[nodiscard]] CVHTMLCharacterStyle characterStyle(const NSAttributeDictionary &attributes,
+/// What the character style of a run depends on. Pointers point into the run's dictionary.
+struct CVHTMLLooks
+{
+    const NSFont *font = nullptr;
+    const NSColor *color = nullptr;
+    bool isUnderlined = false;
+
+    [[nodiscard]] bool isLike(const CVHTMLLooks &other) const;
+};
+
+[[nodiscard]] CVHTMLCharacterStyle characterStyle(const CVHTMLLooks &looks,
                                                   const CVHTMLStyleDefaults &defaults);
 
 /// The alignment that a paragraph asks for: natural is left or right by writing direction; nothing when the
@@ -39,9 +51,11 @@ struct CVHTMLCharacterStyle
 struct CVHTMLRunStyle
 {
     CVHTMLRunStyle() = default;
-    CVHTMLRunStyle(const NSAttributeDictionary &attributes, CVHTMLCharacterStyle character);
+    /// Reads the dictionary in one pass; the character style is for the cache to set.
+    explicit CVHTMLRunStyle(const NSAttributeDictionary &attributes);
 
     NSAttributeDictionary attributes;
+    CVHTMLLooks looks;
     CVHTMLCharacterStyle character;
     const QVariantMap *directive = nullptr;
     bool isRaw = false;
@@ -81,15 +95,15 @@ private:
         // Fibonacci hashing: the upper bits of a product with 2^64 divided by the golden ratio.
         return (reinterpret_cast<quintptr>(address) * Q_UINT64_C(0x9E3779B97F4A7C15)) >> _shift;
     }
-    /// The character style of another dictionary holds for all that have its font, colour and underline.
     struct KnownCharacterStyle
     {
-        NSAttributeDictionary attributes;
+        NSAttributeDictionary attributes; ///< keeps the looks alive
+        CVHTMLLooks looks;
         CVHTMLCharacterStyle style;
     };
 
     void fill(Slot &slot, const NSAttributeDictionary &attributes);
-    [[nodiscard]] CVHTMLCharacterStyle knownCharacterStyle(const NSAttributeDictionary &attributes);
+    [[nodiscard]] CVHTMLCharacterStyle knownCharacterStyle(const CVHTMLRunStyle &style);
 
     std::array<KnownCharacterStyle, 8> _known;
     size_t _nextKnown = 0;
