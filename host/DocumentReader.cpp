@@ -84,10 +84,11 @@ bool looksLikeJSON(QByteArrayView content)
     return inside.startsWith('"') || inside.startsWith('}');
 }
 
-/// Pipes hand out their bytes piece by piece.
+/// Pipes hand out their bytes piece by piece; a file's size is known, or stands at 0 where the system makes
+/// the file up as it is read.
 QByteArray readAtMost(QFile &file, qint64 limit)
 {
-    QByteArray bytes = file.isSequential() ? QByteArray() : file.read(limit);
+    QByteArray bytes = file.isSequential() ? QByteArray() : file.read(std::min(file.size(), limit));
     for (QByteArray piece = file.read(kPiece); !piece.isEmpty() && bytes.size() < limit;
          piece = file.read(kPiece))
         bytes += piece;

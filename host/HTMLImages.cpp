@@ -34,7 +34,8 @@ NSFileWrapperPtr pictureInAddress(const QString &source)
     if (!decoded || decoded.decoded.isEmpty())
         return nullptr;
     const QStringView type = header.mid(11, header.indexOf(u';') - 11);
-    QString extension = type.contains(u"jpeg") ? u"jpg"_s : type.toString().toLower();
+    // "svg+xml" is named after what stands before the plus.
+    QString extension = type.contains(u"jpeg") ? u"jpg"_s : type.toString().section(u'+', 0, 0).toLower();
     for (QChar &unit : extension) {
         if (!unit.isLetterOrNumber())
             unit = u'_';

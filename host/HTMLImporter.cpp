@@ -1,8 +1,10 @@
 #include "host/HTMLImporter.h"
 
 #include "host/CSSValues.h"
+#include "host/HTMLBlanks.h"
 #include "host/HTMLContext.h"
 #include "host/HTMLElements.h"
+#include "host/HTMLEncoding.h"
 #include "host/HTMLImages.h"
 #include "host/HTMLTokenizer.h"
 #include "host/ListMarkers.h"
@@ -11,7 +13,6 @@
 #include "plugin/QFLink.h"
 
 #include <QSet>
-#include <QStringDecoder>
 
 #include <algorithm>
 #include <initializer_list>
@@ -39,7 +40,7 @@ QSet<QString> namesOfLinkTargets(QStringView html)
             continue;
         qsizetype end = hash + 1;
         while (end < html.size() && end - hash <= kMaximumNameLength && !html[end].isSpace() &&
-               !u"\"'<>"_s.contains(html[end]))
+               !u"\"'<>#"_s.contains(html[end]))
             ++end;
         if (end > hash + 1)
             names.insert(resolvedReferences(html.mid(hash + 1, end - hash - 1)));
@@ -104,6 +105,7 @@ private:
     void open(HTMLElement element);
     void closeTop();
     void closeDownTo(size_t depth);
+    [[nodiscard]] bool isInHead() const { return !_open.empty() && _open.back().name == u"head"; }
     void closeImplied(HTMLElement started);
     void closeOpen(std::initializer_list<HTMLElement> wanted, std::initializer_list<HTMLElement> barriers);
     void beginBlock(HTMLElement element);
@@ -155,6 +157,8 @@ void Importer::applyContext()
 
 void Importer::takeText()
 {
+    if (isInHead() && !std::all_of(_tag.text().begin(), _tag.text().end(), isHTMLBlank))
+        closeTop();
     if (_context.isHidden)
         return;
     QStringView text = _tag.text();
@@ -164,8 +168,12 @@ void Importer::takeText()
         text = text.mid(1);
     _dropsNewline = false;
     const bool keeps = _context.keepsWhitespace;
-    if (!text.isEmpty()) {
-        _builder.appendText(HTMLImporter::textForMarkup(text.toString()),
+    QString shown = text.toString();
+    // The builder drops carriage returns. What they keep apart must not come together as markup.
+    if (keeps)
+        shown.remove(u'\r');
+    if (!shown.isEmpty()) {
+        _builder.appendText(HTMLImporter::textForMarkup(shown),
                             keeps ? StyledTextBuilder::Whitespace::Keep
                                   : StyledTextBuilder::Whitespace::Collapse);
     }
@@ -273,6 +281,8 @@ void Importer::closeOpen(std::initializer_list<HTMLElement> wanted,
 void Importer::closeImplied(HTMLElement started)
 {
     using enum HTMLElement;
+    if (isInHead() && started != Unknown && started != Skipped)
+        closeTop();
     if (isBlock(started))
         closeOpen({Paragraph}, {Block, Center, Quote, List, Item, Definition, Cell, Table, Caption});
     if (started == Item)
@@ -450,15 +460,6 @@ void Importer::notePlace()
         _builder.prepareRawMarkup(u"<a id=\""_s + attributeText(name) + u"\"></a>"_s);
 }
 
-QString decoded(const QByteArray &html)
-{
-    const auto encoding = QStringConverter::encodingForHtml(html);
-    QStringDecoder decoder = QStringDecoder::decoderForHtml(html);
-    if (!decoder.isValid())
-        decoder = QStringDecoder(encoding.value_or(QStringConverter::Latin1));
-    return decoder.decode(html);
-}
-
 } // namespace
 
 QString HTMLImporter::textForMarkup(const QString &text)
@@ -479,7 +480,7 @@ QString HTMLImporter::textForMarkup(const QString &text)
 
 NSAttributedString HTMLImporter::read(const QByteArray &html, const QString &baseFolder)
 {
-    return readText(decoded(html), baseFolder);
+    return readText(decodedHTML(html), baseFolder);
 }
 
 NSAttributedString HTMLImporter::readText(const QString &html, const QString &baseFolder)

@@ -12,7 +12,8 @@
 /// nesting beyond 200 elements is read at that depth.
 namespace HTMLImporter {
 
-/// Reads bytes in the encoding that a byte order mark or the document itself names, else UTF-8.
+/// Reads bytes in the encoding that a byte order mark or the document itself names, else UTF-8, and
+/// Windows-1252 when they are no UTF-8.
 [[nodiscard]] NSAttributedString read(const QByteArray &html, const QString &baseFolder);
 [[nodiscard]] NSAttributedString readText(const QString &html, const QString &baseFolder);
 

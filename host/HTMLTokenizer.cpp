@@ -1,5 +1,7 @@
 #include "host/HTMLTokenizer.h"
 
+#include "host/HTMLBlanks.h"
+#include "host/HTMLEncoding.h"
 #include "text/QFCharacterConverter.h"
 
 #include <QHash>
@@ -18,25 +20,24 @@ constexpr qsizetype kMaximumReferenceLength = 10; // "thetasym", with room
 constexpr std::array<QStringView, 9> kRawElements{u"iframe", u"noembed",  u"noframes", u"script", u"style",
                                                   u"svg",    u"textarea", u"title",    u"xmp"};
 
-/// What browsers read for the numbers 128 to 159, which are control characters in Unicode.
-constexpr std::array<char16_t, 32> kWindowsCharacters{
-    0x20AC, 0x81,   0x201A, 0x0192, 0x201E, 0x2026, 0x2020, 0x2021, 0x02C6, 0x2030, 0x0160,
-    0x2039, 0x0152, 0x8D,   0x017D, 0x8F,   0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022,
-    0x2013, 0x2014, 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
-
-bool isBlank(QChar unit)
-{
-    return unit == u' ' || unit == u'\t' || unit == u'\n' || unit == u'\r' || unit == u'\f';
-}
-
 bool isLetter(QChar unit)
 {
     return (unit >= u'a' && unit <= u'z') || (unit >= u'A' && unit <= u'Z');
 }
 
+bool isDigit(QChar unit)
+{
+    return unit >= u'0' && unit <= u'9';
+}
+
+bool isHexadecimalDigit(QChar unit)
+{
+    return isDigit(unit) || (unit >= u'a' && unit <= u'f') || (unit >= u'A' && unit <= u'F');
+}
+
 bool isAlphanumeric(QChar unit)
 {
-    return isLetter(unit) || (unit >= u'0' && unit <= u'9');
+    return isLetter(unit) || isDigit(unit);
 }
 
 const QHash<QString, char32_t> &namedCharacters()
@@ -57,34 +58,41 @@ char32_t characterOfNumber(QStringView digits, int base)
     const uint number = digits.toUInt(&ok, base);
     if (!ok || number == 0 || number > 0x10FFFF || QChar::isSurrogate(number))
         return QChar::ReplacementCharacter;
-    if (number >= 0x80 && number <= 0x9F)
-        return kWindowsCharacters[number - 0x80];
-    return number;
+    return number <= 0xFF ? windowsCharacter(static_cast<char16_t>(number)) : number;
 }
 
-/// Length of the reference at the start of `text` (which starts with "&"), and its character; 0 when there is
-/// none.
-qsizetype readReference(QStringView text, char32_t &character)
+/// As below, for "&#…".
+qsizetype readNumericReference(QStringView text, char32_t &character)
 {
-    const bool numeric = text.size() > 2 && text[1] == u'#';
-    const bool hexadecimal = numeric && (text[2] == u'x' || text[2] == u'X');
-    const qsizetype start = hexadecimal ? 3 : numeric ? 2 : 1;
-    const qsizetype limit = std::min(text.size(), start + kMaximumReferenceLength);
+    const bool hexadecimal = text.size() > 2 && (text[2] == u'x' || text[2] == u'X');
+    const qsizetype start = hexadecimal ? 3 : 2;
     qsizetype end = start;
-    while (end < limit && isAlphanumeric(text[end]))
+    while (end < text.size() && (hexadecimal ? isHexadecimalDigit(text[end]) : isDigit(text[end])))
         ++end;
     if (end == start)
         return 0;
-    const QStringView body = text.mid(start, end - start);
-    if (numeric) {
-        character = characterOfNumber(body, hexadecimal ? 16 : 10);
-    } else {
-        const auto found = namedCharacters().constFind(body.toString());
-        if (found == namedCharacters().cend())
-            return 0;
-        character = *found;
-    }
+    character = characterOfNumber(text.mid(start, end - start), hexadecimal ? 16 : 10);
     return end < text.size() && text[end] == u';' ? end + 1 : end;
+}
+
+/// Length of the reference at the start of `text` (which starts with "&"), and its character; 0 when there is
+/// none. Only Latin 1 names may stand without ";", and not before "=", where a link's next parameter starts.
+qsizetype readReference(QStringView text, char32_t &character)
+{
+    if (text.size() > 1 && text[1] == u'#')
+        return readNumericReference(text, character);
+    const qsizetype limit = std::min(text.size(), 1 + kMaximumReferenceLength);
+    qsizetype end = 1;
+    while (end < limit && isAlphanumeric(text[end]))
+        ++end;
+    const auto found = namedCharacters().constFind(text.mid(1, end - 1).toString());
+    if (found == namedCharacters().cend())
+        return 0;
+    character = *found;
+    if (end < text.size() && text[end] == u';')
+        return end + 1;
+    const bool beforeEquals = end < text.size() && text[end] == u'=';
+    return character <= 0xFF && !beforeEquals ? end : 0;
 }
 
 } // namespace
@@ -107,6 +115,7 @@ QString resolvedReferences(QStringView text)
             resolved += u'&';
         text = text.mid(std::max<qsizetype>(length, 1));
     }
+    resolved.remove(QChar(0));
     return resolved;
 }
 
@@ -124,7 +133,6 @@ HTMLTokenizer::Token HTMLTokenizer::next()
         if (open > start) {
             _position = open;
             _text = resolvedReferences(_html.mid(start, open - start));
-            _text.remove(QChar(0));
             return Token::Text;
         }
         const QChar kind = _html[open + 1];
@@ -150,7 +158,7 @@ bool HTMLTokenizer::readTag()
     const bool isEndTag = _html[_position + 1] == u'/';
     _position += isEndTag ? 2 : 1;
     const qsizetype start = _position;
-    while (_position < _html.size() && !isBlank(_html[_position]) && _html[_position] != u'>' &&
+    while (_position < _html.size() && !isHTMLBlank(_html[_position]) && _html[_position] != u'>' &&
            _html[_position] != u'/')
         ++_position;
     _name = _html.mid(start, _position - start).toString().toLower();
@@ -161,7 +169,7 @@ bool HTMLTokenizer::readTag()
         return false;
     }
     ++_position;
-    if (!isEndTag)
+    if (!isEndTag && !(_isSelfClosed && _name == u"svg"))
         skipRawContent();
     return true;
 }
@@ -169,17 +177,19 @@ bool HTMLTokenizer::readTag()
 /// Reads up to the ">" that ends the tag.
 void HTMLTokenizer::readAttributes()
 {
+    _isSelfClosed = false;
     while (_position < _html.size() && _html[_position] != u'>') {
-        if (isBlank(_html[_position]) || _html[_position] == u'/') {
+        _isSelfClosed = _html[_position] == u'/';
+        if (_isSelfClosed || isHTMLBlank(_html[_position])) {
             ++_position;
             continue;
         }
         const qsizetype start = _position++;
-        while (_position < _html.size() && !isBlank(_html[_position]) && _html[_position] != u'>' &&
+        while (_position < _html.size() && !isHTMLBlank(_html[_position]) && _html[_position] != u'>' &&
                _html[_position] != u'/' && _html[_position] != u'=')
             ++_position;
         const QString name = _html.mid(start, _position - start).toString().toLower();
-        while (_position < _html.size() && isBlank(_html[_position]))
+        while (_position < _html.size() && isHTMLBlank(_html[_position]))
             ++_position;
         const bool hasValue = _position < _html.size() && _html[_position] == u'=';
         const QString value = hasValue ? readAttributeValue() : u""_s;
@@ -192,14 +202,14 @@ void HTMLTokenizer::readAttributes()
 QString HTMLTokenizer::readAttributeValue()
 {
     ++_position;
-    while (_position < _html.size() && isBlank(_html[_position]))
+    while (_position < _html.size() && isHTMLBlank(_html[_position]))
         ++_position;
     if (_position >= _html.size())
         return u""_s;
     const QChar quote = _html[_position];
     const qsizetype start = quote == u'"' || quote == u'\'' ? ++_position : _position;
     if (start == _position && quote != u'"' && quote != u'\'') {
-        while (_position < _html.size() && !isBlank(_html[_position]) && _html[_position] != u'>')
+        while (_position < _html.size() && !isHTMLBlank(_html[_position]) && _html[_position] != u'>')
             ++_position;
         return resolvedReferences(_html.mid(start, _position - start));
     }

@@ -39,8 +39,9 @@ private:
     QString _text;
     QString _name;
     QList<std::pair<QString, QString>> _attributes;
+    bool _isSelfClosed = false; ///< the tag ends with "/>"
 };
 
 /// The text with character references resolved: the named ones of HTML 4, decimal and hexadecimal ones.
-/// Numbers that are no character give U+FFFD; unknown names stay as they are.
+/// Numbers that are no character give U+FFFD; unknown names stay as they are. NUL goes.
 [[nodiscard]] QString resolvedReferences(QStringView text);

@@ -14,13 +14,14 @@ namespace {
 
 constexpr qsizetype kMaximumGrowth = 100; // output by input
 constexpr qsizetype kOutputAlwaysAllowed = 1 << 20;
+constexpr qsizetype kMaximumOutput = qsizetype(512) << 20;
 
 /// Writes HTML as the parser reports blocks, spans and texts. A non-zero answer stops the parser.
 class HTMLWriter
 {
 public:
     explicit HTMLWriter(qsizetype inputSize)
-        : _limit(std::max(inputSize * kMaximumGrowth, kOutputAlwaysAllowed))
+        : _limit(std::clamp(inputSize * kMaximumGrowth, kOutputAlwaysAllowed, kMaximumOutput))
     {
     }
 
@@ -266,7 +267,7 @@ DocumentResult MarkdownImporter::read(const QByteArray &markdown, const QString 
     const int status =
         md_parse(markdown.constData(), static_cast<MD_SIZE>(markdown.size()), &parser, &writer);
     if (writer.isTooLarge())
-        return DocumentResult::failure(u"its link definitions make it too large"_s);
+        return DocumentResult::failure(u"it would grow too large"_s);
     if (status != 0)
         return DocumentResult::failure(u"it cannot be read as Markdown"_s);
     return {HTMLImporter::readText(QString::fromUtf8(writer.html()), baseFolder), {}};

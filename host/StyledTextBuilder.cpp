@@ -1,5 +1,7 @@
 #include "host/StyledTextBuilder.h"
 
+#include "host/HTMLBlanks.h"
+
 #include <algorithm>
 
 using namespace Qt::StringLiterals;
@@ -8,11 +10,6 @@ namespace {
 
 constexpr qsizetype kMaximumListDepth = 32; // of styles; deeper lists are written at this depth
 constexpr qsizetype kTabWidth = 8;
-
-bool isBlank(QChar unit)
-{
-    return unit == u' ' || unit == u'\t' || unit == u'\n' || unit == u'\r' || unit == u'\f';
-}
 
 } // namespace
 
@@ -92,6 +89,7 @@ void StyledTextBuilder::openParagraph()
     _lastWasText = false;
     _paragraphIsOpen = true;
     _atLineStart = true;
+    _column = 0;
     if (isInList())
         return openItemLine();
     if (!_cell)
@@ -219,7 +217,7 @@ void StyledTextBuilder::appendCollapsed(QStringView text)
     bool hasWords = false;
     bool startsWithBlank = false;
     for (const QChar unit : text) {
-        if (isBlank(unit)) {
+        if (isHTMLBlank(unit)) {
             blankBefore = true;
             continue;
         }
@@ -240,6 +238,7 @@ void StyledTextBuilder::appendCollapsed(QStringView text)
     if (hasWords) {
         beginContent();
         append(words);
+        _column += words.size();
         if (blankBefore)
             pendSpace();
     }
@@ -249,7 +248,7 @@ void StyledTextBuilder::appendCollapsed(QStringView text)
 void StyledTextBuilder::appendKept(QStringView text)
 {
     QString line;
-    qsizetype column = 0;
+    qsizetype column = _paragraphIsOpen ? _column : 0;
     const auto flush = [&] {
         if (line.isEmpty())
             return;
@@ -288,12 +287,14 @@ void StyledTextBuilder::appendKept(QStringView text)
         }
     }
     flush();
+    _column = column;
 }
 
 void StyledTextBuilder::appendLineBreak()
 {
     openParagraph();
     _spaceIsPending = false;
+    _column = 0;
     ++_pendingBreaks;
 }
 

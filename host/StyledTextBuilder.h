@@ -14,9 +14,8 @@ class TableGrid;
 
 /// Builds styled text as a document is read from start to end: paragraphs, lists and tables in the form that
 /// the exporter expects. Blocks ask for their surroundings, text opens paragraphs by itself. List items are
-/// one line each
-/// ("\t•\tText"): breaks inside them are raw `<br />` elements, since a newline would end the item. Inside a
-/// cell, lists are written as plain lines, and inner tables as lines of their own.
+/// one line each ("\t•\tText"): breaks inside them are raw `<br />` elements, since a newline would end the
+/// item. Inside a cell, lists are written as plain lines, and inner tables as lines of their own.
 class StyledTextBuilder
 {
 public:
@@ -119,6 +118,7 @@ private:
     StyledTextPool::StyleID _lineStyle = 0;  ///< of the line's last text
     StyledTextPool::StyleID _spaceStyle = 0; ///< of the blank that is pending
     int _pendingBreaks = 0;
+    qsizetype _column = 0; ///< of the line, for tabs
     QString _preparedMarkup;
 
     QStringList _lists; ///< marker formats, outermost first; the deepest may be missing

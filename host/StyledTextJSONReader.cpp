@@ -11,6 +11,7 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QSet>
 
 #include <algorithm>
 #include <array>
@@ -22,6 +23,9 @@ namespace Values = StyledTextJSONValues;
 namespace {
 
 constexpr qint64 kMaximumAttachedBytes = qint64(1) << 30;
+// Names of attributes are interned for the life of the process.
+constexpr qsizetype kMaximumNames = 256;
+constexpr qsizetype kMaximumNameLength = 256;
 constexpr qsizetype kMaximumLength = std::numeric_limits<quint32>::max();
 
 QString positionOf(const QByteArray &bytes, qsizetype offset)
@@ -30,6 +34,16 @@ QString positionOf(const QByteArray &bytes, qsizetype offset)
     const qsizetype line = before.count('\n') + 1;
     const qsizetype column = offset - before.lastIndexOf('\n');
     return u"line "_s + QString::number(line) + u", column "_s + QString::number(column);
+}
+
+/// Bytes that a file or folder takes in memory, about.
+qint64 sizeOf(const NSFileWrapper &file)
+{
+    constexpr qint64 perFile = 256;
+    qint64 size = perFile + file.regularFileContents().size();
+    for (const NSFileWrapperPtr &child : file.fileWrappers())
+        size += sizeOf(*child);
+    return size;
 }
 
 /// Reads one document. After the first error everything answers quickly and the error stays.
@@ -61,6 +75,7 @@ private:
     QString textOfRun(const QJsonObject &run, const QString &where);
 
     NSAttributeDictionary dictionary(const QJsonObject &attributes, const QString &where);
+    bool takesName(const QString &name, const QString &where);
     QVariant valueFor(const KnownKey *known, const QJsonValue &json, const QString &where);
     QVariant fontValue(const QJsonValue &json, const QString &where);
     QVariant colorValue(const QJsonValue &json, const QString &where);
@@ -83,6 +98,7 @@ private:
     QHash<QString, QVariant> _attachments;
     QHash<QString, NSFileWrapperPtr> _files; ///< read once, however often it is attached
     qint64 _attachedBytes = 0;
+    QSet<QString> _names; ///< of attributes
     QHash<QByteArray, NSAttributeDictionary> _dictionaries;
     bool _madeObject = false; ///< the dictionary at hand holds an object of its own and cannot be shared
 
@@ -224,12 +240,12 @@ NSAttributeDictionary Reader::dictionary(const QJsonObject &attributes, const QS
     _madeObject = false;
     std::vector<NSAttributeDictionary::Entry> entries;
     for (auto entry = attributes.begin(); entry != attributes.end() && !failed(); ++entry) {
+        if (!takesName(entry.key(), where))
+            continue;
         const NSAttributeKey key(entry.key());
         const auto found = std::find_if(kKnownKeys.begin(), kKnownKeys.end(),
                                         [key](const KnownKey &candidate) { return candidate.key == key; });
         const KnownKey *reader = found == kKnownKeys.end() ? nullptr : &*found;
-        if (key.isNull())
-            reportLoss(u"attribute"_s, where + u'.' + entry.key() + u": left out, too many different keys"_s);
         const QVariant value = valueFor(reader, entry.value(), where + u'.' + entry.key());
         if (value.isValid())
             entries.emplace_back(key, value);
@@ -238,6 +254,22 @@ NSAttributeDictionary Reader::dictionary(const QJsonObject &attributes, const QS
     if (!_madeObject)
         _dictionaries.insert(fingerprint, dictionary);
     return dictionary;
+}
+
+/// Whether an attribute of that name can be had; a record when not.
+bool Reader::takesName(const QString &name, const QString &where)
+{
+    const bool hasRoom = _names.contains(name) || _names.size() < kMaximumNames;
+    if (name.isEmpty() || name.size() > kMaximumNameLength) {
+        reportLoss(u"attribute"_s, where + u'.' + name.left(kMaximumNameLength) +
+                                       u": left out, a key must have 1 to 256 units"_s);
+    } else if (!hasRoom || NSAttributeKey(name).isNull()) {
+        reportLoss(u"attribute"_s, where + u'.' + name + u": left out, too many different keys"_s);
+    } else {
+        _names.insert(name);
+        return true;
+    }
+    return false;
 }
 
 QVariant Reader::valueFor(const KnownKey *known, const QJsonValue &json, const QString &where)
@@ -378,8 +410,8 @@ NSFileWrapperPtr Reader::attachedFile(const QString &name)
     NSFileWrapperPtr &known = _files[path];
     if (!known || !known->isRegularFile()) {
         known = NSFileWrapper::wrapperWithPath(path, kMaximumAttachedBytes - _attachedBytes);
-        if (known && known->isRegularFile())
-            _attachedBytes += known->regularFileContents().size();
+        if (known)
+            _attachedBytes += sizeOf(*known);
     }
     if (!known || !known->isRegularFile())
         return known;

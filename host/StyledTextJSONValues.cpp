@@ -144,7 +144,7 @@ QJsonValue jsonOfNumber(const QVariant &value)
     case QMetaType::Bool:
         return value.toBool();
     case QMetaType::Float:
-        return jsonOfFloat(value.toFloat());
+        return std::isfinite(value.toFloat()) ? jsonOfFloat(value.toFloat()) : QJsonValue::Undefined;
     case QMetaType::Double: {
         const double number = value.toDouble();
         return std::isfinite(number) ? QJsonValue(number) : QJsonValue(QJsonValue::Undefined);

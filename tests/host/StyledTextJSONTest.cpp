@@ -11,6 +11,8 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <limits>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -47,6 +49,8 @@ private Q_SLOTS:
     void keepsEveryUnit();
     void readsWhatItWrites();
     void keepsIdentity();
+    void boundsNames();
+    void reportsWhatJSONCannotHold();
     void carriesFiles();
     void namesFilesSafely();
     void readsManyRunsQuickly();
@@ -95,7 +99,7 @@ void StyledTextJSONTest::passesOverWrongTypes_data()
     for (const char *attribute :
          {"'NSFont': 12", "'NSColor': [1, 0]", "'NSColor': [1, 0, 'x']", "'NSUnderline': 'yes'",
           "'NSParagraphStyle': []", "'NSLink': 3", "'NSToolTip': {}", "'NSAttachment': 'x.png'",
-          "'NSAttachment': {'file': '/etc/hostname'}", "'NSAttachment': {'file': '../x'}",
+          "'NSAttachment': {'file': '/etc/hostname'}", "'NSAttachment': {'file': '../x'}", "'': 1",
           "'kQFTextViewMarkupDirectivesAttribute': 'h1'", "'QFTextViewIgnoreFormattingAttribute': 'true'"})
         QTest::newRow(attribute) << quoted(attribute);
 }
@@ -180,6 +184,29 @@ void StyledTextJSONTest::keepsIdentity()
     };
     QVERIFY(cell(2) != cell(5));
     QCOMPARE(cell(2)->table, cell(5)->table);
+}
+
+void StyledTextJSONTest::boundsNames()
+{
+    QByteArray json = "{\"runs\": [";
+    for (int run = 0; run < 300; ++run)
+        json += "{\"text\": \"a\", \"attributes\": {\"bounded" + QByteArray::number(run) + "\": 1}},";
+    QFReport report;
+    const QFReport::Installed collecting(report);
+    QVERIFY(
+        StyledTextJSON::read(json + "{\"text\": \"b\", \"attributes\": {\"bounded0\": 1}}]}", {}).isValid());
+    QCOMPARE(report.records().size(), 300 - 256);
+}
+
+void StyledTextJSONTest::reportsWhatJSONCannotHold()
+{
+    QFReport report;
+    const QFReport::Installed collecting(report);
+    const NSAttributedString text(u"ab"_s,
+                                  {{NSAttributeKey(u"float"), std::numeric_limits<float>::quiet_NaN()},
+                                   {NSAttributeKey(u"double"), std::numeric_limits<double>::infinity()}});
+    QVERIFY(!StyledTextJSON::write(text, {}).json.contains("null"));
+    QCOMPARE(report.records().size(), 2);
 }
 
 void StyledTextJSONTest::carriesFiles()

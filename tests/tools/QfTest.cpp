@@ -93,7 +93,10 @@ void QfTest::exitsAsTold_data()
     row({u"export"_s, u"-"_s, u"--depth"_s, u"x"_s}, 2, "qf: --depth must be");
     row({u"export"_s, u"-"_s, u"--default-font"_s, u"Arial"_s}, 2, "qf: --default-font must be");
     row({u"export"_s, u"-"_s, u"--image-format"_s, u"BMP"_s}, 2, "qf: --image-format must be");
-    row({u"export"_s, u"-"_s, u"--json"_s}, 2, "qf: --json needs -o");
+    row({u"export"_s, u"-"_s, u"--json"_s}, 2, "qf: --json needs an output");
+    row({u"export"_s, u"-"_s, u"--report"_s, u"-"_s}, 2, "qf: --report - needs an output");
+    row({u"convert"_s, u"-"_s, u"-"_s, u"--report"_s, u"-"_s}, 2, "qf: --report - needs an output");
+    row({u"convert"_s, u"-"_s, u"o"_s, u"--json"_s, u"--report"_s, u"-"_s}, 2, "qf: --json and --report");
     row({u"convert"_s, u"-"_s}, 2, "qf: a document and an output are needed");
     row({u"text"_s, u"shout"_s}, 2, "qf: that is no operation");
     row({u"text"_s, u"escape-xml"_s, u"--all"_s}, 2, "qf: that is no operation");
@@ -200,6 +203,10 @@ void QfTest::reportsWhatIsLost()
     const Ended strict = qf(options + QStringList{u"--strict"_s}, input);
     QCOMPARE(strict.code, 1);
     QCOMPARE(strict.output, ended.output);
+
+    QCOMPARE(qf(options, QByteArray("\0", 1)).code, 1); // a document that cannot be read replaces the report
+    const QByteArray unread = contents(options.constLast());
+    QVERIFY2(unread.contains("\"document\"") && !unread.contains("gone.png"), unread.constData());
 }
 
 void QfTest::keepsHalvesOfPairs()

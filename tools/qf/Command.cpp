@@ -104,3 +104,30 @@ int writeReport(const QFReport &report, const QString &path)
 {
     return path.isNull() ? Done : writeOutput(QJsonDocument(report.toJson()).toJson(), path);
 }
+
+int printSummary(QJsonObject result, const QFReport &report)
+{
+    result[u"problems"_s] = report.records().size() + report.omitted();
+    result[u"records"_s] = report.toJson();
+    return writeOutput(QJsonDocument(result).toJson(QJsonDocument::Compact) + '\n', {});
+}
+
+int failedToRead(const QString &error, QFReport &report, const QString &reportPath)
+{
+    QFReportRecord record;
+    record.kind = u"document"_s;
+    record.message = error;
+    report.add(record);
+    const int code = writeReport(report, reportPath);
+    return code == Done ? failed(error) : code;
+}
+
+QString outputsThatMix(const QCommandLineParser &parser, const QString &resultPath)
+{
+    const bool hasSummary = parser.isSet(u"json"_s);
+    const bool hasReport = parser.value(u"report"_s) == u"-";
+    if ((resultPath.isEmpty() || resultPath == u"-") && (hasSummary || hasReport))
+        return (hasSummary ? u"--json"_s : u"--report -"_s) +
+               u" needs an output file, since the result is on standard output otherwise"_s;
+    return hasSummary && hasReport ? u"--json and --report - would mix on standard output"_s : QString();
+}

@@ -2,7 +2,7 @@
 
 #include <QByteArray>
 #include <QCommandLineParser>
-#include <QJsonArray>
+#include <QJsonObject>
 #include <QString>
 #include <QStringList>
 
@@ -37,3 +37,11 @@ int failed(const QString &sentence);
 /// Notes about what was left out without a log line, at most twenty of them.
 void printLosses(const QFReport &report);
 [[nodiscard]] int writeReport(const QFReport &report, const QString &path);
+/// One line of JSON on standard output: the result and the problems.
+[[nodiscard]] int printSummary(QJsonObject result, const QFReport &report);
+/// Ends a command whose document could not be read; `report` says so too.
+int failedToRead(const QString &error, QFReport &report, const QString &reportPath);
+
+/// Nil, or the sentence that says which two of result, `--report -` and `--json` would mix on standard
+/// output.
+[[nodiscard]] QString outputsThatMix(const QCommandLineParser &parser, const QString &resultPath);

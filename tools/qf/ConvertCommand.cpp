@@ -8,7 +8,6 @@
 
 #include <QDir>
 #include <QFileInfo>
-#include <QJsonDocument>
 #include <QJsonObject>
 
 using namespace Qt::StringLiterals;
@@ -56,16 +55,6 @@ int writeJSON(const NSAttributedString &text, const QString &path)
     return writeOutput(written.json, path);
 }
 
-int printSummary(const QString &output, const NSAttributedString &text, const QFReport &report)
-{
-    const QJsonObject summary{{u"output"_s, output},
-                              {u"units"_s, text.length()},
-                              {u"runs"_s, text.runs().size()},
-                              {u"problems"_s, report.records().size() + report.omitted()},
-                              {u"records"_s, report.toJson()}};
-    return writeOutput(QJsonDocument(summary).toJson(QJsonDocument::Compact) + '\n', {});
-}
-
 } // namespace
 
 int runConvert(const QStringList &arguments)
@@ -81,20 +70,23 @@ int runConvert(const QStringList &arguments)
     const QString form = parser.value(u"to"_s);
     if (parser.isSet(u"to"_s) && form != u"json" && form != u"archive")
         return wrongUsage(u"--to must be json or archive"_s);
-    if (parser.isSet(u"json"_s) && output == u"-")
-        return wrongUsage(u"--json needs an output file, since the result is on standard output otherwise"_s);
+    if (const QString error = outputsThatMix(parser, output); !error.isNull())
+        return wrongUsage(error);
 
     QFReport report;
     const QFReport::Installed collecting(report);
     const DocumentResult document = DocumentReader::read(parser.positionalArguments().constFirst());
     if (!document.isValid())
-        return failed(document.error);
+        return failedToRead(document.error, report, parser.value(u"report"_s));
     const bool isJSON = form.isEmpty() ? output == u"-" || output.endsWith(u".json") : form == u"json";
     int code = isJSON ? writeJSON(document.text, output) : writeArchive(document.text, output);
     printLosses(report);
     if (code == Done)
         code = writeReport(report, parser.value(u"report"_s));
     if (code == Done && parser.isSet(u"json"_s))
-        code = printSummary(output, document.text, report);
+        code = printSummary({{u"output"_s, output},
+                             {u"units"_s, document.text.length()},
+                             {u"runs"_s, document.text.runs().size()}},
+                            report);
     return code == Done && parser.isSet(u"strict"_s) && !report.records().isEmpty() ? Failed : code;
 }

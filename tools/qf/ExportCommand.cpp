@@ -10,7 +10,6 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
-#include <QJsonDocument>
 #include <QJsonObject>
 #include <QStringDecoder>
 
@@ -47,11 +46,12 @@ Looks:
   --default-font "Family,PostScriptName,size"   the font that needs no markup (default: Helvetica, 12)
   --allow-web-unsafe-fonts                      write fonts that not all browsers have by their own names
   --uppercase-colors                            write #FF0000 instead of #ff0000
-  --image-format F        convert images to JPEG, PNG or GIF
-  --image-quality Q       Best, High, Medium or Low
+  --image-format F        ask for images in JPEG, PNG or GIF
+  --image-quality Q       ask for Best, High, Medium or Low. For now pictures are written as they are
 
 Problems:
-  --report FILE           write a JSON list of all that failed or was left out ("-": standard output)
+  --report FILE           write a JSON list of all that failed or was left out ("-": standard output,
+                          with -o)
   --strict                exit with 1 when that list is not empty
   --json                  with -o: print a summary as JSON on standard output
 
@@ -158,8 +158,8 @@ QString readOptions(const QCommandLineParser &parser, ExportOptions &options)
     options.depth = parser.value(u"depth"_s).toLongLong(&isNumber);
     if (!isNumber || options.depth < 0 || options.depth > 1000)
         return u"--depth must be a number from 0 to 1000"_s;
-    if (parser.isSet(u"json"_s) && (options.output.isEmpty() || options.output == u"-"))
-        return u"--json needs -o FILE, since the HTML is on standard output otherwise"_s;
+    if (const QString error = outputsThatMix(parser, options.output); !error.isNull())
+        return error;
     if (parser.isSet(u"default-font"_s)) {
         options.defaultFont = fontFromOption(parser.value(u"default-font"_s));
         if (!options.defaultFont)
@@ -217,15 +217,6 @@ void setPreferences(const QCommandLineParser &parser)
         defaults.registerDefaults({{u"uppercaseColorCodes"_s, true}});
 }
 
-int printSummary(const ExportOptions &options, const QFReport &report, qsizetype bytes)
-{
-    const QJsonObject summary{{u"output"_s, options.output},
-                              {u"bytes"_s, bytes},
-                              {u"problems"_s, report.records().size() + report.omitted()},
-                              {u"records"_s, report.toJson()}};
-    return writeOutput(QJsonDocument(summary).toJson(QJsonDocument::Compact) + '\n', {});
-}
-
 } // namespace
 
 int runExport(const QStringList &arguments)
@@ -249,13 +240,13 @@ int runExport(const QStringList &arguments)
     const QFReport::Installed collecting(report);
     const DocumentResult document = DocumentReader::read(options.document);
     if (!document.isValid())
-        return failed(document.error);
+        return failedToRead(document.error, report, parser.value(u"report"_s));
     const QByteArray html = utf8WithReferences(exported(options, parser, document.text));
     printLosses(report);
     int code = writeOutput(html, options.output);
     if (code == Done)
         code = writeReport(report, parser.value(u"report"_s));
     if (code == Done && parser.isSet(u"json"_s))
-        code = printSummary(options, report, html.size());
+        code = printSummary({{u"output"_s, options.output}, {u"bytes"_s, html.size()}}, report);
     return code == Done && parser.isSet(u"strict"_s) && !report.records().isEmpty() ? Failed : code;
 }

@@ -5,6 +5,8 @@
 
 #include <array>
 #include <cstdio>
+#include <exception>
+#include <new>
 
 using namespace Qt::StringLiterals;
 
@@ -38,6 +40,18 @@ void printMessage(QtMsgType type, const QMessageLogContext &, const QString &mes
     std::fprintf(stderr, "qf: %s: %s\n", kind, message.toUtf8().constData());
 }
 
+int runSafely(const Command &command, const QStringList &arguments)
+{
+    try {
+        return command.run(arguments);
+    } catch (const std::bad_alloc &) {
+        std::fputs("qf: there is not enough memory\n", stderr); // and so none for a string of ours
+    } catch (const std::exception &exception) {
+        std::fprintf(stderr, "qf: %s\n", exception.what());
+    }
+    return Failed;
+}
+
 } // namespace
 
 int main(int argc, char *argv[])
@@ -56,7 +70,7 @@ int main(int argc, char *argv[])
     }
     for (const Command &command : kCommands) {
         if (command.name == first)
-            return command.run(arguments);
+            return runSafely(command, arguments);
     }
     return wrongUsage(first.isEmpty() ? u"a command is needed; see qf --help"_s
                                       : u"there is no command \""_s + first + u"\"; see qf --help"_s);
