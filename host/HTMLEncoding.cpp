@@ -48,7 +48,7 @@ QString decodedHTML(const QByteArray &html)
         return decoder.decode(html);
     // A half character at the end is an error too, but is seen as one only if something follows.
     QString text = decoder.decode(html);
-    text += QString(decoder.decode("\n"));
-    text.chop(1);
+    if (const QString rest = decoder.decode("\n"); rest != u"\n")
+        text += rest;
     return decoder.hasError() && !namesItsEncoding(html) ? decodedAsWindows(html) : text;
 }
