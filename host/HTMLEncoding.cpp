@@ -44,6 +44,11 @@ QString decodedHTML(const QByteArray &html)
     QStringDecoder decoder = QStringDecoder::decoderForHtml(html);
     if (!decoder.isValid() || encoding == QStringConverter::Latin1)
         return decodedAsWindows(html);
+    if (encoding != QStringConverter::Utf8)
+        return decoder.decode(html);
+    // A half character at the end is an error too, but is seen as one only if something follows.
     QString text = decoder.decode(html);
+    if (const QString rest = decoder.decode("\n"); rest != u"\n")
+        text += rest;
     return decoder.hasError() && !namesItsEncoding(html) ? decodedAsWindows(html) : text;
 }

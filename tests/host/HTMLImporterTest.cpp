@@ -115,7 +115,7 @@ void HTMLImporterTest::readsHTML_data()
         "[Courier]\u00A0a \u00A0b↵↵\u00A0\u00A0\u00A0\u00A0\u00A0\u00A0\u00A0\u00A0"
         "c↵[]↵x");
     row("carriage returns do not hide markup", "<pre>&lt;&#13;script&gt;<p title='<&#13;b'>&amp;&#13;lt;",
-        "[Courier]&lt;script>↵↵&amp;lt;");
+        "[Courier]&lt;script>↵[]↵[Courier]&amp;lt;");
     row("tabs reach columns of the line, not of the piece", "<pre>ab<b>c</b>\td\n<i>e</i>\tf",
         "[Courier]ab[Courier-Bold b]c[Courier]\u00A0\u00A0\u00A0\u00A0\u00A0d↵[Courier "
         "i]e[Courier]\u00A0\u00A0"
@@ -126,6 +126,7 @@ void HTMLImporterTest::readsHTML_data()
         "<img src=http://e/x.png alt=far>",
         "[a b.png|x &quot;y&quot;|20|]\uFFFC[]↵[{disc}]→•→[{disc} a b.png|||a "
         "b.png]\uFFFC[{disc}]↵[->http://e/x.png]far");
+    row("pictures in addresses", "<img src='data:image/svg+xml;base64,QQ=='>", "[image.svg|||]\uFFFC");
     row("crossed and missing end tags", "<b><i>x</b>y</i></div></td><td>z<p>a</span>b", "[b i]x[]yz↵↵ab");
 }
 
@@ -164,7 +165,9 @@ void HTMLImporterTest::readsEncodings_data()
     QTest::addColumn<QByteArray>("bytes");
     QTest::addColumn<QString>("text");
     const QString windows = u"\u20AC\u2019é"_s;
-    QTest::newRow("Windows-1252 when it is no UTF-8") << QByteArray("<p>\x80\x92\xE9") << windows;
+    QTest::newRow("Windows-1252 when it is no UTF-8")
+        << QByteArray("<p>\x80\x92\xE9") << windows; // cut off, as UTF-8
+    QTest::newRow("other encodings by name") << QByteArray("<meta charset=iso-8859-2><p>\xB1") << u"ą"_s;
     QTest::newRow("ISO Latin 1 is Windows-1252")
         << QByteArray("<meta charset=iso-8859-1><p>\x80\x92\xE9") << windows;
     QTest::newRow("what says that it is UTF-8 is")
