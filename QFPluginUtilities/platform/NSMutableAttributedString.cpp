@@ -114,7 +114,8 @@ void NSMutableAttributedString::append(const QString &text, const NSAttributeDic
 
 void NSMutableAttributedString::append(const NSAttributedString &text)
 {
-    const NSAttributedString source = text; // which may be this text
+    // The other text may be this one, whose runs grow here.
+    const NSAttributedString source = text; // NOLINT(performance-unnecessary-copy-initialization)
     for (qsizetype run = 0; run < source.runs().size(); ++run) {
         const NSRange range = source.rangeOfRun(run);
         append(source.string().mid(range.location, range.length), source.runs().at(run).attributes);
