@@ -101,10 +101,19 @@ int MovieFile::open()
     const int opened = avformat_open_input(&input.context, "", format, nullptr);
     if (opened < 0)
         return opened;
-    // Headers of QuickTime and AVI files say all about their tracks; those of MPEG streams little.
+    // Many headers say all about their tracks. Those of MPEG streams do not, and some codecs keep the size in
+    // their own data.
     if (!isPlayable())
-        avformat_find_stream_info(input.context, nullptr);
+        (void)analyse();
     return isPlayable() ? 0 : AVERROR_STREAM_NOT_FOUND;
+}
+
+int MovieFile::analyse()
+{
+    if (_input->isAnalysed) // the media library does not survive a second time
+        return 0;
+    _input->isAnalysed = true;
+    return std::min(avformat_find_stream_info(_input->context, nullptr), 0);
 }
 
 bool MovieFile::isPictureTrack(const AVStream &stream)

@@ -35,6 +35,8 @@ public:
 private:
     MovieFile() = default;
     [[nodiscard]] int open();
+    /// Reads on into the media for what the header has left open.
+    [[nodiscard]] int analyse();
     [[nodiscard]] bool isPlayable() const;
 
     struct Input;

@@ -18,6 +18,7 @@ struct MovieFile::Input
     QDeadlineTimer deadline{mostHeaderMilliseconds};
     MovieStream stream;
     AVFormatContext *context = nullptr;
+    bool isAnalysed = false;
 
     Input() = default;
     ~Input() { avformat_close_input(&context); }

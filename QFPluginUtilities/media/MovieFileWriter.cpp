@@ -195,7 +195,7 @@ int MovieFile::writeForFastStart(int file)
     _input->bytesLeft = std::numeric_limits<qint64>::max();
     _input->deadline = QDeadlineTimer(QDeadlineTimer::Forever);
     input.flags |= AVFMT_FLAG_GENPTS; // AVI and MPEG streams leave times out
-    if (const int found = avformat_find_stream_info(&input, nullptr); found < 0)
+    if (const int found = analyse(); found < 0)
         return found;
 
     // Streams outlive the context that uses them.

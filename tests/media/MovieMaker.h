@@ -29,7 +29,7 @@ struct MovieMaker
     [[nodiscard]] bool write(const QString &path) const
     {
         AVFormatContext *output = nullptr;
-        avformat_alloc_output_context2(&output, nullptr, container, nullptr);
+        avformat_alloc_output_context2(&output, nullptr, container, QFile::encodeName(path).constData());
         if (!output || avio_open(&output->pb, QFile::encodeName(path).constData(), AVIO_FLAG_WRITE) < 0)
             return false;
         AVDictionary *options = nullptr;

@@ -39,6 +39,7 @@ class QFQTExportMoviesTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void initTestCase() { av_log_set_level(AV_LOG_QUIET); }
     void init();
     void tellsSizes_data();
     void tellsSizes();
@@ -175,7 +176,7 @@ void QFQTExportMoviesTest::flattens()
              QStringList{u"flattened.mov"_s});
     const QByteArray bytes = contents(flattened);
     QVERIFY(bytes.indexOf("moov") > 0 && bytes.indexOf("moov") < bytes.indexOf("mdat"));
-    QVERIFY(bytes.contains("Field notes"));
+    QCOMPARE(bytes.contains("Field notes"), contents(file).contains("Field notes"));
     QVERIFY(!moviePackets(flattened).isEmpty());
     QCOMPARE(moviePackets(flattened), moviePackets(file));
     QCOMPARE(QFQTExport::getMovieDimensions(flattened), QFQTExport::getMovieDimensions(file));
@@ -226,7 +227,7 @@ void QFQTExportMoviesTest::saysWhyItDoesNotFlatten()
                   u"' could not be created \\(21\\)"_s);
     QVERIFY(!flattens(_folder->path(), _folder->path()));
 
-    QVERIFY(write(path(u"cut.mov"_s), contents(path(u"a.mov"_s)).chopped(20)));
+    QVERIFY(write(path(u"cut.mov"_s), contents(path(u"a.mov"_s)).first(500)));
     expectFailure(u"The movie file at '"_s + path(u"cut.mov"_s) + u"' could not be read \\(-\\d+\\)"_s);
     QVERIFY(!flattens(path(u"cut.mov"_s), _folder->path()));
 
