@@ -26,8 +26,8 @@ public:
     /// nullptr for what no reader knows, has a side of zero or above 65,535 pixels, or more than
     /// 256 megapixels. Shares the bytes. The body may still turn out to be broken.
     [[nodiscard]] static ImageSourcePtr withData(const QByteArray &data);
-    /// The same for a file, which is mapped or read whole; nullptr too for anything that is, after links, no
-    /// regular file.
+    /// The same for a file, which is read whole; nullptr too for anything that is, after links, no regular
+    /// file, and above 2 GiB.
     [[nodiscard]] static ImageSourcePtr withFile(const QString &path);
 
     [[nodiscard]] Format format() const { return _format; }
@@ -44,6 +44,9 @@ public:
 
 protected:
     ImageSource(Format format, QSize size, QByteArray data);
+
+    /// Whether a picture of this size may be decoded: see `withData`.
+    [[nodiscard]] static bool isSizeAllowed(QSize size);
 
 private:
     Format _format;

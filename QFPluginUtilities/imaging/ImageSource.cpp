@@ -1,0 +1,56 @@
+#include "imaging/ImageSource.h"
+
+#include "imaging/JPEGSource.h"
+#include "imaging/PictureFile.h"
+#include "imaging/QtImageSource.h"
+#include "platform/WithoutThrowing.h"
+
+#include <utility>
+
+namespace {
+
+constexpr int kLongestSide = 65535;
+constexpr qint64 kMostPixels = qint64(256) << 20;
+
+/// The source that knows the bytes' signature.
+ImageSourcePtr sourceForBytes(const QByteArray &data)
+{
+    if (JPEGSource::isJPEG(data))
+        return JPEGSource::withBytes(data);
+    return QtImageSource::withBytes(data);
+}
+
+} // namespace
+
+ImageSource::ImageSource(Format format, QSize size, QByteArray data)
+    : _format(format), _size(size), _data(std::move(data))
+{
+}
+
+ImageSource::~ImageSource() = default;
+
+bool ImageSource::isSizeAllowed(QSize size)
+{
+    return !size.isEmpty() && size.width() <= kLongestSide && size.height() <= kLongestSide &&
+           qint64(size.width()) * size.height() <= kMostPixels;
+}
+
+ImageSourcePtr ImageSource::withData(const QByteArray &data)
+{
+    return withoutThrowing([&] { return sourceForBytes(data); });
+}
+
+ImageSourcePtr ImageSource::withFile(const QString &path)
+{
+    return withoutThrowing([&] { return sourceForBytes(contentsOfPictureFile(path)); });
+}
+
+// TODO: through ImageOperations::scaled as soon as it is there.
+QImage ImageSource::scaled(const QRect &crop, const QSize &target) const
+{
+    const QImage whole = image();
+    if (whole.isNull() || target.isEmpty() || crop.isEmpty() || !whole.rect().contains(crop))
+        return {};
+    const QImage part = crop == whole.rect() ? whole : whole.copy(crop);
+    return part.scaled(target, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+}
