@@ -16,6 +16,7 @@
 #include <QSaveFile>
 
 using namespace Qt::StringLiterals;
+using NSStringPathExtensions::lastPathComponent;
 
 namespace {
 
@@ -33,10 +34,9 @@ QByteArray contents(const QString &path)
     return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
-void fail(QStringView format, const QString &path, const QVariantList &more = {})
+void fail(const QString &message, const QString &path)
 {
-    const QString name = NSStringPathExtensions::lastPathComponent(path);
-    logFailure(qfExportLog(), u"attachment"_s, formatted(format, QVariantList{name} + more), path);
+    logFailure(qfExportLog(), u"attachment"_s, message, path);
 }
 
 void applyAttributes(const QVariantMap &map, QFQTExport &exporter)
@@ -70,8 +70,8 @@ CVHTMLImageFile::CVHTMLImageFile(NSTextAttachmentPtr attachment, const QString &
 CVHTMLImageFile::Result CVHTMLImageFile::write()
 {
     if (_path.isNull()) {
-        logFailure(qfExportLog(), u"attachment"_s, u"attachmentPath is nil"_s);
-        logFailure(qfExportLog(), u"attachment"_s, u"attachmentName is nil"_s);
+        fail(u"attachmentPath is nil"_s, {});
+        fail(u"attachmentName is nil"_s, {});
     }
     const auto media = std::dynamic_pointer_cast<QFTextAttachment>(_attachment);
     if (media && !media->cachedImage().isEmpty() &&
@@ -91,8 +91,7 @@ NSImagePtr CVHTMLImageFile::sourceImage() const
     NSImagePtr image;
     switch (file.kind()) {
     case NSFileWrapper::Kind::Directory:
-        logFailure(qfExportLog(), u"attachment"_s,
-                   u"Don't know how to deal with directory wrappers when exporting an image"_s, _path);
+        fail(u"Don't know how to deal with directory wrappers when exporting an image"_s, _path);
         return nullptr;
     case NSFileWrapper::Kind::SymbolicLink:
         image = NSImage::imageWithContentsOfFile(file.symbolicLinkDestination());
@@ -108,7 +107,7 @@ NSImagePtr CVHTMLImageFile::sourceImage() const
 
 void CVHTMLImageFile::logUnreadable() const
 {
-    logFailure(qfExportLog(), u"attachment"_s, u"Could not read the image data from the attachment"_s, _path);
+    fail(u"Could not read the image data from the attachment"_s, _path);
 }
 
 /// The picture goes to the exporter as pixels only: the orientation of a camera's file stays behind.
@@ -132,7 +131,7 @@ CVHTMLImageFile::Result CVHTMLImageFile::exportImage(const QString &path, qint32
     const qint32 status = exporter->exportImage();
     if (status == QFQTExport::noErr)
         return Result::Written;
-    fail(u"Failed to write image attachment '%@' (%d)", path, {status});
+    fail(formatted(u"Failed to write image attachment '%@' (%d)", {lastPathComponent(path), status}), path);
     return Result::Failed;
 }
 
@@ -155,18 +154,19 @@ bool CVHTMLImageFile::convertToGIF(const QString &pngPath) const
 {
     const QByteArray png = contents(pngPath);
     if (png.isEmpty()) {
-        fail(u"Failed to read image attachment '%@'", pngPath);
+        fail(formatted(u"Failed to read image attachment '%@'", {lastPathComponent(pngPath)}), pngPath);
         return false;
     }
     const NSImagePtr image = NSImage::imageWithData(png);
     const QImage pixels = image ? image->bitmap() : QImage();
     if (pixels.isNull()) {
-        fail(u"Failed to create image representation from '%@'", _path);
+        fail(formatted(u"Failed to create image representation from '%@'", {lastPathComponent(_path)}), _path);
         return false;
     }
     const QByteArray gif = ImageEncoder::encoded(pixels, ImageEncoder::FileType::GIF);
     if (gif.isEmpty()) {
-        fail(u"Failed to create GIF from image representation at '%@'", _path);
+        fail(formatted(u"Failed to create GIF from image representation at '%@'", {lastPathComponent(_path)}),
+             _path);
         return false;
     }
     return writtenAtomically(gif, _path);

@@ -2,6 +2,7 @@
 
 #include "imaging/ImageOperations.h"
 
+#include <QColorSpace>
 #include <QPainter>
 
 namespace {

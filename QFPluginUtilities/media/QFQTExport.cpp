@@ -246,25 +246,23 @@ QImage QFQTExport::resizedCGImage(const QImage &image, NSSize size) const
         logFailure(qfMediaLog(), u"image"_s, u"CGBitmapContextCreate returned nil"_s);
         return {};
     }
-    QColor ground = Qt::white;
-    if (_fillColour) {
-        const std::optional<QColor> colour = qColor(_fillColour);
-        if (!colour) {
-            logFailure(qfMediaLog(), u"image"_s,
-                       formatted(u"Could not convert '%@' to RGB colour space",
-                                 {QVariant::fromValue(*_fillColour)}));
-        }
-        ground = colour.value_or(ground);
+    std::optional<QColor> ground = qColor(_fillColour);
+    if (_fillColour && !ground) {
+        // Patterns alone cannot be converted.
+        logFailure(qfMediaLog(), u"image"_s,
+                   formatted(u"Could not convert '%@' to RGB colour space", {u"NSPatternColorSpace"_s}));
     }
     QImage picture = NSBitmapImageRep(image).drawn(QRect(QPoint(), image.size()),
                                                    Canvas::rasterSize(size.width, size.height));
     picture.mirror(_flipHorizontally, _flipVertically);
     const QSize raster = Canvas::rasterSize(canvas.width, canvas.height);
     picture = ImageOperations::turned(picture, _rotation, raster);
-    // Without a shadow's colour there is no shadow.
-    const ImageOperations::Shadow shadow{
-        {_shadowOffset, _shadowOffset}, _shadowBlur, qColor(_shadowColour).value_or(QColor(Qt::transparent))};
-    picture = ImageOperations::withShadow(picture, {0, 0}, shadow, raster, ground);
+    const bool hasShadow = _shadowOffset != 0 || _shadowBlur != 0;
+    const QColor shadowColour = qColor(_shadowColour).value_or(QColor(Qt::black));
+    const ImageOperations::Shadow shadow{{_shadowOffset, _shadowOffset},
+                                         _shadowBlur,
+                                         hasShadow ? shadowColour : QColor(Qt::transparent)};
+    picture = ImageOperations::withShadow(picture, {0, 0}, shadow, raster, ground.value_or(QColor(Qt::white)));
     if (picture.isNull())
         logFailure(qfMediaLog(), u"image"_s, u"Out of memory while scaling image"_s);
     return picture;
