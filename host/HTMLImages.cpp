@@ -65,7 +65,7 @@ std::shared_ptr<QFTextAttachment> HTMLImages::attachment(const QString &source, 
     if (!file)
         return nullptr;
     auto attachment = std::make_shared<QFTextAttachment>(file);
-    QVariantMap &media = attachment->mediaAttributes();
+    QVariantMap media = attachment->mediaAttributes();
     if (!alternative.isNull())
         media[u"alttag"_s] = alternative;
     if (size.width && *size.width > 0)
@@ -74,6 +74,7 @@ std::shared_ptr<QFTextAttachment> HTMLImages::attachment(const QString &source, 
         media[u"height"_s] = static_cast<float>(*size.height);
     if (keepsName)
         media[u"filename"_s] = uniqueName(*file);
+    attachment->setMediaAttributes(media);
     return attachment;
 }
 

@@ -87,8 +87,10 @@ public:
                      const QString &filesFolderName) const;
 
     /// Writes an embedded file into `toPath`, named after its stored "filename" or else by prefix and number,
-    /// and appends the markup that links or shows it. The number goes up by one. A file that cannot be
-    /// written is logged ("Failed to write attachment to %@") and leaves no markup.
+    /// and appends the markup that links or shows it. Pictures are encoded in the format, a four-character
+    /// code, or -1 for their own; then only those are that have effects or that browsers cannot show. The
+    /// number goes up by one, but for an attachment that should hold a picture and holds none. What cannot
+    /// be written is logged ("Failed to write attachment to %@") and leaves no markup.
     void processAttachment(const NSTextAttachmentPtr &attachment, const QString &prefix,
                            qint64 &attachmentNumber, const QString &toPath, const QString &imagesFolder,
                            qint32 usingFormat, qint32 andQuality, QString &addingMarkupTo) const;

@@ -2,8 +2,11 @@
 
 #include "export/CVHTML.h"
 #include "export/CVHTMLFileWrapper.h"
-#include "export/CVHTMLMedia.h"
+#include "export/CVHTMLImageFile.h"
+#include "media/QFImage.h"
+#include "media/QFQTExport.h"
 #include "media/QFTextAttachment.h"
+#include "media/QFTextAttachmentAttributes.h"
 #include "platform/Formatting.h"
 #include "platform/Logging.h"
 #include "platform/NSStringPathExtensions.h"
@@ -11,29 +14,33 @@
 #include "platform/Values.h"
 #include "text/QFStrings.h"
 
-#include <QImageReader>
 #include <QStringBuilder>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 using namespace Qt::StringLiterals;
 using namespace NSStringPathExtensions;
 
 namespace {
 
-/// The name that the media attributes ask for, reduced to its last component so that nothing is written
-/// outside the export folder; nil when there is none to be used.
-QString storedFileName(QFTextAttachment &attachment)
+using Kind = CVHTMLAttachmentPlan::Kind;
+
+/// Height of the bar below a movie.
+constexpr double kControllerHeight = 16;
+constexpr int kMusicWidth = 250;
+constexpr int kMusicHeight = 16;
+
+/// Truncated, and no further than an `int` reaches; 0 for what is no number.
+int truncated(double value)
 {
-    if (!attachment.hasMediaAttributes())
-        return {};
-    const QString stored = stringValue(attachment.mediaAttributes().value(u"filename"_s));
-    const QString name = lastPathComponent(stored);
-    const bool isUsable = !name.isEmpty() && name != u"/" && name != u"." && name != u"..";
-    return isUsable ? name : QString();
+    constexpr double kLimit = std::numeric_limits<int>::max();
+    return std::isnan(value) ? 0 : static_cast<int>(std::clamp(value, -kLimit, kLimit));
 }
 
-/// Alternative text and the size that the attributes set, each of which wins over the picture's own.
+/// Alternative text and size of a picture. What the attributes say wins over the file, but a turned picture
+/// has the size that turning gave it.
 struct ImageAttributes
 {
     QString altTag;
@@ -42,22 +49,24 @@ struct ImageAttributes
 };
 
 ImageAttributes imageAttributes(const NSTextAttachmentPtr &attachment, const QString &title,
-                                const QSize &pixels)
+                                const QString &path)
 {
-    ImageAttributes image{title, std::max(pixels.width(), 0), std::max(pixels.height(), 0)};
+    const NSImagePtr written = NSImage::imageWithContentsOfFile(path);
+    const NSSize size = written ? QFImage::fullResolutionSize(*written) : NSSize();
+    ImageAttributes image{title, truncated(size.width), truncated(size.height)};
     const auto media = std::dynamic_pointer_cast<QFTextAttachment>(attachment);
-    if (!media || !media->hasMediaAttributes())
+    if (!media)
         return image;
-    const QVariantMap &attributes = media->mediaAttributes();
-    if (const QString altTag = stringValue(attributes.value(u"alttag"_s)); !altTag.isNull())
+    const QVariantMap &map = media->mediaAttributes();
+    const QFTextAttachmentAttributes attributes(map);
+    if (const QString altTag = attributes.altTag(); !altTag.isNull())
         image.altTag = altTag;
-    // A turned picture has the size that turning gave it.
-    if (floatValue(attributes.value(u"rotation"_s)) != 0)
+    if (attributes.rotation() != 0)
         return image;
-    if (attributes.contains(u"width"_s))
-        image.width = static_cast<int>(intValue(attributes.value(u"width"_s)));
-    if (attributes.contains(u"height"_s))
-        image.height = static_cast<int>(intValue(attributes.value(u"height"_s)));
+    if (map.contains(u"width"_s))
+        image.width = truncated(attributes.width());
+    if (map.contains(u"height"_s))
+        image.height = truncated(attributes.height());
     return image;
 }
 
@@ -72,20 +81,6 @@ QString imageMarkup(const ImageAttributes &image, const QString &source)
     return markup % u"/>";
 }
 
-QString preferredExtension(const NSTextAttachment &attachment)
-{
-    const NSFileWrapperPtr &file = attachment.fileWrapper();
-    return pathExtension(file ? file->preferredFilename() : QString()).toLower();
-}
-
-/// What tells the kind of a file: the extension of its exported name, or else of its own, since a stored name
-/// may have none.
-QString kindExtension(const QString &name, const NSTextAttachment &attachment)
-{
-    const QString extension = pathExtension(name);
-    return extension.isEmpty() ? preferredExtension(attachment) : extension;
-}
-
 /// What a link to a file, or the alternative text of a picture, says: the file's name without its extension.
 QString attachmentTitle(const NSFileWrapper &file)
 {
@@ -95,36 +90,66 @@ QString attachmentTitle(const NSFileWrapper &file)
     return QFStringUtilities::convertToEntities(stringByDeletingPathExtension(name));
 }
 
-} // namespace
-
-QString exportedFileName(const NSTextAttachmentPtr &attachment, const QString &prefix, qint64 number)
+/// nil, after logging, when the movie's size is not known.
+QString movieMarkup(const QString &path, const QString &source)
 {
-    if (const auto media = std::dynamic_pointer_cast<QFTextAttachment>(attachment)) {
-        if (const QString stored = storedFileName(*media); !stored.isNull())
-            return stored;
+    const NSSize size = QFQTExport::getMovieDimensions(path);
+    if (size.width < 1 || size.height < 1) {
+        logFailure(qfExportLog(), u"attachment"_s,
+                   formatted(u"Couldn't determine dimensions of movie at %@", {path}), path);
+        return {};
     }
-    // The dot stays where there is no extension.
-    return formatted(u"%@_%d.%@", {prefix, number, preferredExtension(*attachment)});
+    return QFQTExport::quicktimeEmbedHTMLForSrc(source, truncated(size.width),
+                                                truncated(size.height + kControllerHeight), false);
 }
+
+/// Writes the file as planned. A prefix that would lead out of the folder fails.
+CVHTMLImageFile::Result written(const NSTextAttachmentPtr &attachment, const CVHTMLAttachmentPlan &plan,
+                                const QString &path, qint32 quality)
+{
+    using Result = CVHTMLImageFile::Result;
+    const NSFileWrapperPtr &file = attachment->fileWrapper();
+    if (!file || plan.name.contains(u'/'))
+        return Result::Failed;
+    if (plan.format != -1)
+        return CVHTMLImageFile(attachment, path, plan.format, quality).write();
+    return CVHTMLFileWrapper::writeToFile(*file, path) ? Result::Written : Result::Failed;
+}
+
+QString markupOf(const NSTextAttachmentPtr &attachment, Kind kind, const QString &path, const QString &source)
+{
+    const QString title = attachmentTitle(*attachment->fileWrapper());
+    switch (kind) {
+    case Kind::Image:
+        return imageMarkup(imageAttributes(attachment, title, path), source);
+    case Kind::Movie:
+        return movieMarkup(path, source);
+    case Kind::Music:
+        return QFQTExport::quicktimeEmbedHTMLForSrc(source, kMusicWidth, kMusicHeight, false);
+    case Kind::Other:
+        break;
+    }
+    return u"<a href=\"" % source % u"\">" % title % u"</a>";
+}
+
+} // namespace
 
 void CVHTML::processAttachment(const NSTextAttachmentPtr &attachment, const QString &prefix,
                                qint64 &attachmentNumber, const QString &toPath, const QString &imagesFolder,
-                               qint32 /*usingFormat*/, qint32 /*andQuality*/, QString &addingMarkupTo) const
+                               qint32 usingFormat, qint32 andQuality, QString &addingMarkupTo) const
 {
     if (!attachment)
         return;
-    const QString name = exportedFileName(attachment, prefix, attachmentNumber++);
+    const CVHTMLAttachmentPlan plan = attachmentPlan(attachment, prefix, attachmentNumber, usingFormat);
+    const QString name = plan.finalName();
     const QString path = stringByAppendingPathComponent(toPath, name);
-    const NSFileWrapperPtr &file = attachment->fileWrapper();
-    if (!file || !CVHTMLFileWrapper::writeToFile(*file, path)) {
+    const CVHTMLImageFile::Result result = written(attachment, plan, path, andQuality);
+    if (result == CVHTMLImageFile::Result::Refused)
+        return; // and the number stays
+    ++attachmentNumber;
+    if (result == CVHTMLImageFile::Result::Written)
+        addingMarkupTo += markupOf(attachment, plan.kind, path, printed(imagesFolder) % u'/' % name);
+    else
         logFailure(qfExportLog(), u"attachment"_s, formatted(u"Failed to write attachment to %@", {path}),
                    path);
-        return;
-    }
-    const QString title = attachmentTitle(*file);
-    const QString source = printed(imagesFolder) % u'/' % name;
-    if (CVHTMLMedia::isImageFile(kindExtension(name, *attachment)))
-        addingMarkupTo += imageMarkup(imageAttributes(attachment, title, QImageReader(path).size()), source);
-    else
-        addingMarkupTo += u"<a href=\"" % source % u"\">" % title % u"</a>";
 }

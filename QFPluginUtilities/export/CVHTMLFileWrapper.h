@@ -13,4 +13,8 @@ namespace CVHTMLFileWrapper {
 /// could not be made free or the wrapper not be written.
 [[nodiscard]] QF_EXPORT bool writeToFile(const NSFileWrapper &wrapper, const QString &path);
 
+/// Removes a symbolic link that lies at the path, so that what is written there next does not go to the
+/// link's target. Anything else stays.
+QF_EXPORT void removeLink(const QString &path);
+
 } // namespace CVHTMLFileWrapper

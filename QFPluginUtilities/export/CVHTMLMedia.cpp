@@ -1,5 +1,7 @@
 #include "export/CVHTMLMedia.h"
 
+#include "platform/NSStringPathExtensions.h"
+
 using namespace Qt::StringLiterals;
 
 namespace CVHTMLMedia {
@@ -67,6 +69,13 @@ bool isMusicFile(const QString & /*extension*/)
 bool isConvertibleToJPEG(const QString &extension)
 {
     return extension == u"tif" || extension == u"tiff" || extension == u"psd";
+}
+
+QString adjustImagePath(const QString &path, const QString &forExtension)
+{
+    if (path.isNull())
+        return {};
+    return NSStringPathExtensions::stringByDeletingPathExtension(path) + u'.' + forExtension;
 }
 
 } // namespace CVHTMLMedia

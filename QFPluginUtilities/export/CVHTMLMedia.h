@@ -34,4 +34,7 @@ inline constexpr qint32 kHighQuality = 768;
 /// Whether browsers cannot show such a picture: "tif", "tiff" and "psd", in lower case only.
 [[nodiscard]] QF_EXPORT bool isConvertibleToJPEG(const QString &extension);
 
+/// The path with another extension; nil for nil.
+[[nodiscard]] QF_EXPORT QString adjustImagePath(const QString &path, const QString &forExtension);
+
 } // namespace CVHTMLMedia

@@ -341,7 +341,8 @@ void CVHTMLWalk::appendAttachment(const NSTextAttachmentPtr &attachment, NSRange
     const QFReport::Place place(_job._pageID, range);
     _scratch.resize(0);
     const CVHTMLRequest &request = _job._request;
-    const QString name = exportedFileName(attachment, request.imagePrefix, _attachmentNumber);
+    const QString name =
+        attachmentPlan(attachment, request.imagePrefix, _attachmentNumber, _job._imageFormat).finalName();
     if (_job._writtenFiles.contains(name))
         reportLoss(u"file-written-twice"_s, u"A file of the same export is overwritten: "_s + name, name);
     _job._owner.processAttachment(attachment, request.imagePrefix, _attachmentNumber, request.toPath,

@@ -1,5 +1,7 @@
 #include "imaging/ImageEncoder.h"
 
+#include "imaging/ColourQuantiser.h"
+#include "imaging/GIFWriter.h"
 #include "imaging/JPEGWriter.h"
 #include "platform/WithoutThrowing.h"
 
@@ -68,7 +70,7 @@ QByteArray written(const QImage &image, FileType type, float factor)
     case FileType::BMP:
         return writtenByQt(onWhite(image), "bmp", -1);
     case FileType::GIF:
-        break;
+        return GIFWriter::written(ColourQuantiser::quantised(image));
     }
     return {};
 }

@@ -1,5 +1,6 @@
 #include "media/NSAttributedString+Attachments.h"
 
+#include <algorithm>
 #include <typeinfo>
 
 namespace {
@@ -32,4 +33,11 @@ QList<QFTextAttachmentPtr> Attachments::attachmentsForRange(const NSAttributedSt
 QList<QFTextAttachmentPtr> Attachments::attachments(const NSAttributedString &text)
 {
     return attachmentsForRange(text, {0, text.length()});
+}
+
+qsizetype Attachments::normaliseImageAttachments(const NSAttributedString &text)
+{
+    const QList<QFTextAttachmentPtr> found = attachments(text);
+    return std::count_if(found.begin(), found.end(),
+                         [](const QFTextAttachmentPtr &attachment) { return attachment->normalise(); });
 }

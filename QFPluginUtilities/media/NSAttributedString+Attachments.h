@@ -5,8 +5,6 @@
 
 #include <QList>
 
-using QFTextAttachmentPtr = std::shared_ptr<QFTextAttachment>;
-
 /// The embedded pictures and files of a styled text.
 namespace Attachments {
 
@@ -17,5 +15,8 @@ namespace Attachments {
                                                                        NSRange range);
 /// The same over the whole text.
 [[nodiscard]] QF_EXPORT QList<QFTextAttachmentPtr> attachments(const NSAttributedString &text);
+
+/// Normalises the text's attachments (see QFTextAttachment::normalise); how many files were replaced.
+QF_EXPORT qsizetype normaliseImageAttachments(const NSAttributedString &text);
 
 } // namespace Attachments

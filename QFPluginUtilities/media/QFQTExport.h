@@ -22,13 +22,23 @@ public:
     using Attributes = std::shared_ptr<QVariantMap>;
 
     /// Results of an operation; 0 is success and positive numbers are the system's `errno`.
-    enum Status : qint32 { noErr = 0, paramErr = -50, memFullErr = -108 };
+    enum Status : qint32 { noErr = 0, fnfErr = -43, paramErr = -50, noCodecErr = -8961 };
+
+    /// What a file's header says about its picture.
+    struct ImageDescription
+    {
+        qint64 dataSize = 0; ///< bytes
+        int width = 0;       ///< pixels
+        int height = 0;
+    };
 
     /// The picture in a file. One that cannot be read as a picture makes an exporter whose `exportImage`
     /// answers -50; the failure is logged.
     [[nodiscard]] static std::unique_ptr<QFQTExport> exporterWithFile(const QString &path);
     /// The picture in a file's bytes, which are shared.
     [[nodiscard]] static std::unique_ptr<QFQTExport> exporterWithData(const QByteArray &data);
+    /// A picture that is at hand. It says nothing about its orientation.
+    [[nodiscard]] static std::unique_ptr<QFQTExport> exporterWithImage(const NSImagePtr &image);
 
     [[nodiscard]] QString destination() const { return _destination; }
     void setDestination(const QString &path) { _destination = path; }
@@ -51,7 +61,8 @@ public:
     [[nodiscard]] bool squareImage() const { return _squareImage; }
     void setSquareImage(bool square) { _squareImage = square; }
 
-    // What follows is kept but not used by an export, whose effects all come from the attributes.
+    // What follows is not used by an export, whose effects all come from the attributes, but by
+    // `resizedCGImage`.
     [[nodiscard]] bool highQualityScaling() const { return _highQualityScaling; }
     void setHighQualityScaling(bool on) { _highQualityScaling = on; }
     /// Profiles are always removed, whatever this says.
@@ -82,8 +93,20 @@ public:
     /// cannot be decoded, encoded or written, that is logged, the empty file stays, and the answer is 0 all
     /// the same.
     [[nodiscard]] qint32 exportImage();
-    /// Size in pixels of the file that the last export wrote; empty when it wrote none.
-    [[nodiscard]] QSize exportedSize() const { return _exportedSize; }
+    /// Decodes and transforms the picture ahead of `exportImage`, which then only writes. False when it cannot
+    /// be decoded. All that counts for an export must be set before, but for the destination.
+    [[nodiscard]] bool prepare();
+    /// 0 when files of the format can be written, else -50. JPEG stands in only for formats that an export
+    /// does not know.
+    [[nodiscard]] qint32 createExporter();
+
+    /// The raster at another size, on the fill colour or white, with this exporter's own flips, rotation, clip
+    /// and shadow. A turned picture that is not clipped gets the canvas of its bounding box. Null when there
+    /// is no memory for it, which is logged.
+    [[nodiscard]] QImage resizedCGImage(const QImage &image, NSSize size) const;
+
+    /// Description of the picture in a file; nothing, after logging, for what cannot be read as a picture.
+    [[nodiscard]] static std::optional<ImageDescription> getImageDescription(const QString &path);
 
     /// Whether the file can be opened as a movie. False on any error.
     [[nodiscard]] static bool getPotentialQuickTimeMovie(const QString &path);
@@ -100,12 +123,18 @@ public:
                                                           bool autoplay);
 
 private:
+    struct Rendering;
+
     QFQTExport() = default;
+    void makeAttributes();
+    void takeOrientation();
+    [[nodiscard]] Rendering rendering();
 
     QString _destination;
-    QString _path;
-    QByteArray _data;
-    ImageSourcePtr _source;
+    NSImagePtr _image; ///< nullptr when there is no picture
+    /// Where the picture comes from, as long as its orientation has not been read; nullptr for one in memory.
+    ImageSourcePtr _imageSource;
+    std::optional<QImage> _prepared;
     std::optional<NSColor> _fillColour;
     qint32 _format = 0x4A504547; ///< 'JPEG'
     qint32 _quality = 512;
@@ -123,5 +152,4 @@ private:
     std::optional<NSColor> _shadowColour;
     float _rotation = 0;
     Attributes _attributes;
-    QSize _exportedSize;
 };

@@ -4,6 +4,7 @@
 #include "platform/NSKeyedArchiver.h"
 #include "platform/NSKeyedUnarchiver.h"
 #include "platform/NSTextAttachment.h"
+#include "platform/NSTextAttachmentCell.h"
 #include "platform/Values.h"
 
 using namespace Qt::StringLiterals;
@@ -102,6 +103,8 @@ QVariant decodeAttachment(NSKeyedUnarchiver &coder)
 {
     const auto attachment = std::make_shared<NSTextAttachment>();
     attachment->decodeWithCoder(coder);
+    if (const NSTextAttachmentCellPtr &cell = attachment->attachmentCell())
+        cell->setAttachment(attachment);
     return QVariant::fromValue(attachment);
 }
 

@@ -2,12 +2,14 @@
 
 #include "platform/NSKeyedArchiver.h"
 #include "platform/NSKeyedUnarchiver.h"
+#include "platform/NSTextAttachmentCell.h"
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
 constexpr QStringView kFileWrapperKey = u"NSFileWrapper";
+constexpr QStringView kCellKey = u"NSCell";
 
 } // namespace
 
@@ -21,10 +23,14 @@ QString NSTextAttachment::className() const
 void NSTextAttachment::encodeWithCoder(NSKeyedArchiver &coder) const
 {
     coder.encodeObject(QVariant::fromValue(_fileWrapper), kFileWrapperKey);
+    if (_cell)
+        coder.encodeObject(QVariant::fromValue(_cell), kCellKey);
 }
 
 void NSTextAttachment::decodeWithCoder(NSKeyedUnarchiver &coder)
 {
     if (const auto fileWrapper = coder.decode<NSFileWrapperPtr>(kFileWrapperKey))
         setFileWrapper(fileWrapper);
+    if (const auto cell = coder.decode<NSTextAttachmentCellPtr>(kCellKey))
+        setAttachmentCell(cell);
 }

@@ -8,6 +8,7 @@
 
 class NSKeyedArchiver;
 class NSKeyedUnarchiver;
+class NSTextAttachmentCell;
 
 /// A file embedded in styled text, carried by one U+FFFC under the attachment attribute. Edited in place,
 /// equal by identity, and always stored as a `NSTextAttachmentPtr`, whatever its class.
@@ -26,12 +27,18 @@ public:
     [[nodiscard]] const NSFileWrapperPtr &fileWrapper() const { return _fileWrapper; }
     virtual void setFileWrapper(const NSFileWrapperPtr &fileWrapper) { _fileWrapper = fileWrapper; }
 
+    /// What draws the attachment in a view; nullptr for none. It does not own the attachment.
+    [[nodiscard]] const std::shared_ptr<NSTextAttachmentCell> &attachmentCell() const { return _cell; }
+    /// Whoever sets a cell also makes this the cell's attachment.
+    void setAttachmentCell(std::shared_ptr<NSTextAttachmentCell> cell) { _cell = std::move(cell); }
+
     virtual void encodeWithCoder(NSKeyedArchiver &coder) const;
     /// Fills a fresh attachment from an archive; what is missing there stays as it is.
     virtual void decodeWithCoder(NSKeyedUnarchiver &coder);
 
 private:
     NSFileWrapperPtr _fileWrapper;
+    std::shared_ptr<NSTextAttachmentCell> _cell;
 };
 
 using NSTextAttachmentPtr = std::shared_ptr<NSTextAttachment>;

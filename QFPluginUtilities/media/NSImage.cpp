@@ -1,0 +1,120 @@
+#include "media/NSImage.h"
+
+#include "imaging/ImageOperations.h"
+
+#include <QColorSpace>
+#include <QPainter>
+
+namespace {
+
+/// Pixels that can be composed: without the marks of a screen, as RGB32 or ARGB32_Premultiplied.
+QImage composable(QImage image)
+{
+    if (image.isNull())
+        return {};
+    image.convertTo(image.hasAlphaChannel() ? QImage::Format_ARGB32_Premultiplied : QImage::Format_RGB32);
+    image.setDevicePixelRatio(1);
+    image.setColorSpace({});
+    return image;
+}
+
+NSSize sizeInPoints(const QSize &pixels)
+{
+    return {static_cast<float>(pixels.width()), static_cast<float>(pixels.height())};
+}
+
+} // namespace
+
+NSImageRep::~NSImageRep() = default;
+
+NSBitmapImageRep::NSBitmapImageRep(const QImage &image) : NSImageRep(image.size()), _image(composable(image))
+{
+}
+
+NSBitmapImageRep::NSBitmapImageRep(ImageSourcePtr source)
+    : NSImageRep(source->size()), _source(std::move(source))
+{
+}
+
+NSBitmapImageRep::Compression NSBitmapImageRep::compression() const
+{
+    if (_source && _source->format() == ImageSource::Format::JPEG)
+        return Compression::JPEG;
+    return Compression::None;
+}
+
+QImage NSBitmapImageRep::drawn(const QRect &crop, const QSize &target) const
+{
+    const QRect part = crop.intersected(QRect(QPoint(), pixels()));
+    if (part.isEmpty() || target.isEmpty())
+        return {};
+    if (!_source)
+        return ImageOperations::scaled(_image, part, target);
+    if (part.size() == pixels() && target == pixels())
+        return _source->image();
+    return _source->scaled(part, target);
+}
+
+NSCustomImageRep::NSCustomImageRep(QSize pixels, Drawing drawing)
+    : NSImageRep(pixels), _drawing(std::move(drawing))
+{
+}
+
+QImage NSCustomImageRep::drawn(const QRect &crop, const QSize &target) const
+{
+    if (crop.isEmpty() || target.isEmpty())
+        return {};
+    QImage canvas(target, QImage::Format_ARGB32_Premultiplied);
+    if (canvas.isNull())
+        return {};
+    canvas.fill(Qt::transparent);
+    const double xScale = double(target.width()) / crop.width();
+    const double yScale = double(target.height()) / crop.height();
+    QPainter painter(&canvas);
+    painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
+    painter.translate(-crop.x() * xScale, -crop.y() * yScale);
+    _drawing(painter, {qRound(pixels().width() * xScale), qRound(pixels().height() * yScale)});
+    painter.end();
+    return canvas;
+}
+
+NSImage::NSImage(NSSize size, QList<NSImageRepPtr> representations)
+    : _size(size), _representations(std::move(representations))
+{
+    _representations.removeIf([](const NSImageRepPtr &representation) { return !representation; });
+}
+
+NSImage::NSImage(const QImage &image)
+{
+    if (image.isNull())
+        return;
+    _size = sizeInPoints(image.size());
+    _representations.append(std::make_shared<NSBitmapImageRep>(image));
+}
+
+NSImagePtr NSImage::imageWithData(const QByteArray &data)
+{
+    return imageWithSource(ImageSource::withData(data));
+}
+
+NSImagePtr NSImage::imageWithContentsOfFile(const QString &path)
+{
+    return imageWithSource(ImageSource::withFile(path));
+}
+
+NSImagePtr NSImage::imageWithSource(const ImageSourcePtr &source)
+{
+    if (!source)
+        return nullptr;
+    return std::make_shared<NSImage>(sizeInPoints(source->size()),
+                                     QList<NSImageRepPtr>{std::make_shared<NSBitmapImageRep>(source)});
+}
+
+QImage NSImage::bitmap() const
+{
+    for (const NSImageRepPtr &representation : _representations) {
+        if (!representation->pixels().isEmpty())
+            return representation->image();
+    }
+    return {};
+}
