@@ -30,10 +30,12 @@ QByteArray withoutHeader(const QByteArray &block)
     return block.startsWith(kExifHeader) ? block.sliced(kExifHeader.size()) : block;
 }
 
+/// -1 beyond the end.
 template <typename Number>
 qint64 numberAt(const QByteArray &file, qsizetype position, Number (*convert)(const void *))
 {
-    return position + qsizetype(sizeof(Number)) <= file.size() ? convert(file.constData() + position) : -1;
+    return position + qsizetype(sizeof(Number)) <= file.size() ? qint64(convert(file.constData() + position))
+                                                               : -1;
 }
 
 QByteArray inJPEG(const QByteArray &file)
