@@ -7,6 +7,7 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtEndian>
 
 #include <unistd.h>
 
@@ -47,6 +48,9 @@ private Q_SLOTS:
     void takesNothingElseForMovies();
     void followsNoReferences();
     void survivesCutMovies();
+    void refusesIndexesThatClaimTooMuch_data();
+    void refusesIndexesThatClaimTooMuch();
+    void readsCompressedIndexes();
     void flattens_data();
     void flattens();
     void replacesWhateverIsAtTheTarget();
@@ -150,6 +154,56 @@ void QFQTExportMoviesTest::survivesCutMovies()
             QVERIFY(size == NSSize() || size == (NSSize{96, 64}));
         }
     }
+}
+
+void QFQTExportMoviesTest::refusesIndexesThatClaimTooMuch_data()
+{
+    QTest::addColumn<QByteArray>("atom");
+    QTest::addColumn<QList<quint32>>("numbers"); // behind version and flags
+    QTest::addColumn<bool>("isMovie");
+    QTest::newRow("as it is") << QByteArray("stsz") << QList<quint32>{} << true;
+    QTest::newRow("samples of one byte") << QByteArray("stsz") << QList<quint32>{1, 100'000'000} << false;
+    QTest::newRow("samples of all sizes") << QByteArray("stsz") << QList<quint32>{0, 0xFFFFFFFF} << false;
+    QTest::newRow("samples of great size")
+        << QByteArray("stsz") << QList<quint32>{0xFFFFFFFF, 0xFFFFFFFF} << false;
+    QTest::newRow("samples in a chunk") << QByteArray("stsc") << QList<quint32>{1, 1, 0xFFFFFFFF} << false;
+    QTest::newRow("chunks") << QByteArray("stco") << QList<quint32>{0xFFFFFFFF} << false;
+    QTest::newRow("edits") << QByteArray("elst") << QList<quint32>{0xFFFFFFFF} << false;
+}
+
+void QFQTExportMoviesTest::refusesIndexesThatClaimTooMuch()
+{
+    QFETCH(QByteArray, atom);
+    QFETCH(QList<quint32>, numbers);
+    QVERIFY(MovieMaker().write(path(u"a.mov"_s)));
+    QByteArray bytes = contents(path(u"a.mov"_s));
+    qsizetype at = bytes.indexOf(atom) + 8;
+    QVERIFY(at > 8);
+    for (const quint32 number : numbers) {
+        qToBigEndian(number, bytes.data() + at);
+        at += 4;
+    }
+    QTEST(QFQTExport::getMovieDimensionsFromData(bytes) == (NSSize{96, 64}), "isMovie");
+}
+
+void QFQTExportMoviesTest::readsCompressedIndexes()
+{
+    QVERIFY(MovieMaker().write(path(u"a.mov"_s)));
+    const QByteArray bytes = contents(path(u"a.mov"_s));
+    const qsizetype at = bytes.indexOf("moov") - 4;
+    const auto atom = [](const char *name, const QByteArray &content) {
+        QByteArray size(4, '\0');
+        qToBigEndian(static_cast<quint32>(content.size() + 8), size.data());
+        return size + name + content;
+    };
+    const auto compressed = [&](const QByteArray &index) {
+        return bytes.first(at) +
+               atom("moov", atom("cmov", atom("dcom", "zlib") + atom("cmvd", qCompress(index))));
+    };
+    QCOMPARE(QFQTExport::getMovieDimensionsFromData(compressed(bytes.sliced(at))), (NSSize{96, 64}));
+    QByteArray hostile = bytes.sliced(at);
+    qToBigEndian<quint64>(0x00000001'7FFFFFFF, hostile.data() + hostile.indexOf("stsz") + 8);
+    QCOMPARE(QFQTExport::getMovieDimensionsFromData(compressed(hostile)), NSSize());
 }
 
 void QFQTExportMoviesTest::flattens_data()
