@@ -24,7 +24,7 @@ constexpr quint64 kMostEditedSamples = quint64(1) << 24;
 /// Atoms that consist of atoms.
 constexpr std::array kContainers{"moov"sv, "trak"sv, "mdia"sv, "minf"sv, "stbl"sv, "edts"sv,
                                  "udta"sv, "mvex"sv, "moof"sv, "traf"sv, "cmov"sv, "dinf"sv,
-                                 "tref"sv, "clip"sv, "wave"sv, "sinf"sv, "wide"sv};
+                                 "tref"sv, "clip"sv, "wave"sv, "sinf"sv};
 
 quint32 number(QByteArrayView bytes, qsizetype position)
 {

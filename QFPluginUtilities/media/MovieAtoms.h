@@ -12,5 +12,5 @@ struct MovieAtoms
     /// Whether the whole index stands before the media, so that the file plays while it loads.
     bool isIndexFirst = false;
 
-    [[nodiscard]] static MovieAtoms of(const MovieBytes &bytes);
+    [[nodiscard]] QF_EXPORT static MovieAtoms of(const MovieBytes &bytes);
 };
