@@ -214,6 +214,9 @@ void QFQTExportMoviesTest::flattens_data()
     QTest::newRow("in fragments") << MovieMaker{.movflags = "frag_keyframe+empty_moov"};
     QTest::newRow("MPEG-4 with a cover") << MovieMaker{.container = "mp4", .hasCover = true};
     QTest::newRow("AVI") << MovieMaker{.container = "avi", .codec = AV_CODEC_ID_MJPEG};
+    QTest::newRow("with sound") << MovieMaker{.hasSound = true};
+    QTest::newRow("AVI with sound") << MovieMaker{
+        .container = "avi", .codec = AV_CODEC_ID_MJPEG, .hasSound = true};
     QTest::newRow("MPEG") << MovieMaker{.container = "mpeg", .codec = AV_CODEC_ID_MPEG1VIDEO};
     QTest::newRow("wide pixels") << MovieMaker{.aspect = {4, 3}};
 }
@@ -233,6 +236,10 @@ void QFQTExportMoviesTest::flattens()
     QCOMPARE(bytes.contains("Field notes"), contents(file).contains("Field notes"));
     QVERIFY(!moviePackets(flattened).isEmpty());
     QCOMPARE(moviePackets(flattened), moviePackets(file));
+    // Sound is cut into other pieces.
+    const QByteArray sound = moviePackets(file, AVMEDIA_TYPE_AUDIO).join();
+    QCOMPARE(sound.isEmpty(), !movie.hasSound);
+    QCOMPARE(moviePackets(flattened, AVMEDIA_TYPE_AUDIO).join(), sound);
     QCOMPARE(QFQTExport::getMovieDimensions(flattened), QFQTExport::getMovieDimensions(file));
 }
 
