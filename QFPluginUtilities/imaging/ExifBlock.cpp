@@ -33,7 +33,9 @@ QByteArray withoutHeader(const QByteArray &block)
 template <typename Number>
 qint64 numberAt(const QByteArray &file, qsizetype position, Number (*convert)(const void *))
 {
-    return position + qsizetype(sizeof(Number)) <= file.size() ? convert(file.constData() + position) : -1;
+    if (position + qsizetype(sizeof(Number)) > file.size())
+        return -1;
+    return convert(file.constData() + position);
 }
 
 QByteArray inJPEG(const QByteArray &file)
