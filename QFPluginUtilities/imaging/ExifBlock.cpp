@@ -30,12 +30,12 @@ QByteArray withoutHeader(const QByteArray &block)
     return block.startsWith(kExifHeader) ? block.sliced(kExifHeader.size()) : block;
 }
 
+/// -1 beyond the end.
 template <typename Number>
 qint64 numberAt(const QByteArray &file, qsizetype position, Number (*convert)(const void *))
 {
-    if (position + qsizetype(sizeof(Number)) > file.size())
-        return -1;
-    return convert(file.constData() + position);
+    return position + qsizetype(sizeof(Number)) <= file.size() ? qint64(convert(file.constData() + position))
+                                                               : -1;
 }
 
 QByteArray inJPEG(const QByteArray &file)

@@ -142,7 +142,7 @@ void QFImageIOTest::tellsProperties()
         {u"{Exif}"_s, QVariantMap{{u"kQTExifUserDataISOSpeedRatings"_s, QVariant::fromValue(qint16(400))}}}};
     QVERIFY(write(folder.filePath(u"photo"_s), photo));
     QCOMPARE(QFImageIO::propertiesFromFile(folder.filePath(u"photo"_s)), expected);
-    QCOMPARE(QFImageIO::propertiesFromData(photo.first(photo.size() / 2)), expected); // the header is enough
+    QCOMPARE(QFImageIO::propertiesFromData(photo.chopped(50)), expected); // the header is enough
     const QVariantMap plain{{u"PixelWidth"_s, 96}, {u"PixelHeight"_s, 64}};
     QCOMPARE(QFImageIO::propertiesFromData(picture("BMP")), plain);
     QCOMPARE(QFImageIO::propertiesFromData(picture("TIFF")).value(u"Orientation"_s).toInt(), 1);

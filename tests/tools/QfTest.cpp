@@ -1,5 +1,9 @@
+#include "tests/imaging/ExifMaker.h"
+#include "tests/media/MovieMaker.h"
+
 #include <QDir>
 #include <QFile>
+#include <QImage>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
@@ -68,6 +72,8 @@ private Q_SLOTS:
     void writesToPipesWithoutReplacingThem();
     void convertsThereAndBack();
     void readsLongPipes();
+    void tellsMetadata();
+    void tellsAndFlattensMovies();
     void matchesGoldenFiles_data();
     void matchesGoldenFiles();
 };
@@ -84,7 +90,7 @@ void QfTest::exitsAsTold_data()
     row({u"--version"_s}, 0, "qf ");
     row({u"--help"_s}, 0, "Usage: qf COMMAND");
     row({u"nothing"_s}, 2, "qf: there is no command \"nothing\"");
-    for (const QString &command : {u"export"_s, u"convert"_s, u"text"_s})
+    for (const QString &command : {u"export"_s, u"convert"_s, u"metadata"_s, u"movie"_s, u"text"_s})
         row({command, u"--help"_s}, 0, "Usage: qf ");
     row({u"export"_s}, 2, "qf: one document is needed");
     row({u"export"_s, u"--nonsense"_s, u"-"_s}, 2, "qf: Unknown option 'nonsense'.");
@@ -98,6 +104,11 @@ void QfTest::exitsAsTold_data()
     row({u"convert"_s, u"-"_s, u"-"_s, u"--report"_s, u"-"_s}, 2, "qf: --report - needs an output");
     row({u"convert"_s, u"-"_s, u"o"_s, u"--json"_s, u"--report"_s, u"-"_s}, 2, "qf: --json and --report");
     row({u"convert"_s, u"-"_s}, 2, "qf: a document and an output are needed");
+    row({u"metadata"_s}, 2, "qf: one file is needed; see qf metadata");
+    row({u"metadata"_s, u"/none.jpg"_s}, 1, "qf: /none.jpg: No such file");
+    row({u"metadata"_s, u"/"_s}, 1, "qf: /: is no picture");
+    row({u"movie"_s, u"-"_s}, 1, "qf: -: is no movie");
+    row({u"movie"_s, u"-"_s, u"--flatten"_s, u"x"_s}, 2, "qf: --flatten needs a named file");
     row({u"text"_s, u"shout"_s}, 2, "qf: that is no operation");
     row({u"text"_s, u"escape-xml"_s, u"--all"_s}, 2, "qf: that is no operation");
     row({u"text"_s, u"encode"_s, u"x"_s}, 2, "qf: encode needs the number");
@@ -255,6 +266,40 @@ void QfTest::readsLongPipes()
     const QByteArray text(3000000, 'a');
     QCOMPARE(qf({u"export"_s, u"-"_s}, text).output, text);
     QCOMPARE(qf({u"text"_s, u"escape-xml"_s}, text).output, text);
+}
+
+void QfTest::tellsMetadata()
+{
+    const QTemporaryDir folder;
+    ExifMaker maker;
+    maker.first = {{0x0112, ExifMaker::Short, 1, maker.number(6, 2)}};
+    maker.exif = {{0x829A, ExifMaker::Rational, 1, maker.number(1, 4) + maker.number(250, 4)},
+                  {0x9003, ExifMaker::Ascii, 5, QByteArray("2024\0", 5)},
+                  {0x9209, ExifMaker::Short, 1, maker.number(0xFFFF, 2)}};
+    QVERIFY(QImage(3, 2, QImage::Format_RGB32).save(folder.filePath(u"plain"_s), "JPEG"));
+    const QByteArray photo = ExifMaker::inJPEG(contents(folder.filePath(u"plain"_s)), maker.made());
+    const Ended ended = qf({u"metadata"_s, u"-"_s}, photo);
+    QCOMPARE(ended.code, 0);
+    QCOMPARE(ended.output.simplified(),
+             QByteArray(R"({ "Orientation": 6, "PixelHeight": 2, "PixelWidth": 3, "{Exif}": )"
+                        R"({ "kQTExifUserDataDateTimeOriginal": "2024\u0000", )"
+                        R"("kQTExifUserDataExposureTime": 0.004, "kQTExifUserDataFlash": -1 } })"));
+}
+
+void QfTest::tellsAndFlattensMovies()
+{
+    const QTemporaryDir folder;
+    QVERIFY(MovieMaker().write(folder.filePath(u"a.mov"_s)));
+    const Ended told = qf({u"movie"_s, u"-"_s}, contents(folder.filePath(u"a.mov"_s)));
+    QCOMPARE(told.output, QByteArray("{\"height\":64,\"width\":96}\n"));
+    const QStringList flatten{u"movie"_s, u"a.mov"_s, u"--flatten"_s};
+    const Ended flattened = qf(flatten + QStringList{u"out/f"_s}, {}, folder.path());
+    QCOMPARE(flattened.output,
+             QByteArray("{\"flattened\":\"out/f/flattened.mov\",\"height\":64,\"width\":96}\n"));
+    QVERIFY(QFileInfo::exists(folder.filePath(u"out/f/flattened.mov"_s)));
+    const Ended failed = qf(flatten + QStringList{u"a.mov"_s}, {}, folder.path());
+    QCOMPARE(failed.code, 1);
+    QCOMPARE(failed.errors, QByteArray("qf: a.mov: the folder cannot be made\n"));
 }
 
 void QfTest::matchesGoldenFiles_data()

@@ -16,6 +16,8 @@ constexpr const char *kHelp = R"(Usage: qf COMMAND [arguments]
 
   export     styled text, archives, HTML and Markdown as a page's HTML
   convert    between styled-text JSON and archives, and from HTML and Markdown
+  metadata   what a picture's file says about it
+  movie      the size of a movie; flatten it so that it plays while it loads
   text       escape and encode text
 
 qf COMMAND --help says more; qf --version prints the version.
@@ -27,8 +29,11 @@ struct Command
     int (*run)(const QStringList &arguments);
 };
 
-constexpr std::array<Command, 3> kCommands{
-    {{u"export", runExport}, {u"convert", runConvert}, {u"text", runText}}};
+constexpr std::array<Command, 5> kCommands{{{u"export", runExport},
+                                            {u"convert", runConvert},
+                                            {u"metadata", runMetadata},
+                                            {u"movie", runMovie},
+                                            {u"text", runText}}};
 
 /// What the library logs, as plain lines.
 void printMessage(QtMsgType type, const QMessageLogContext &, const QString &message)
