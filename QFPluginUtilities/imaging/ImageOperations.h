@@ -2,6 +2,7 @@
 
 #include "platform/QFExport.h"
 
+#include <QColor>
 #include <QImage>
 #include <QPointF>
 #include <QRect>
