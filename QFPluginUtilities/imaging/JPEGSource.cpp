@@ -6,7 +6,7 @@
 namespace {
 
 /// How much larger than the result a reduced picture must be, so that reducing adds no false patterns.
-constexpr double kMargin = 1.5;
+constexpr double kMargin = 2;
 
 int eighthsFor(QSize crop, QSize target)
 {
