@@ -99,9 +99,10 @@ public:
             append(ScalingWeights::lanczos(line, index));
         size_t longest = 1;
         for (const Output &output : _outputs)
-            longest = std::max(longest, size_t(output.count));
+            longest = std::max(longest, size_t(output.taps));
         _ring.resize(longest * size_t(components));
-        _rows.resize(longest);
+        _rowCount = longest;
+        _rows.resize(longest + ScalingKernels::kRowGroup);
         _result.resize(size_t(components));
     }
 
@@ -111,7 +112,7 @@ public:
     [[nodiscard]] bool isDone() const { return _next == _outputs.size(); }
     void repeatRow()
     {
-        if (_rows.size() > 1)
+        if (_rowCount > 1)
             std::copy_n(row(_added - 1), _components, nextRow());
     }
 
@@ -120,10 +121,10 @@ public:
     void rowWritten(EmitRow emitRow)
     {
         ++_added;
-        for (; !isDone() && _outputs[_next].first + _outputs[_next].count <= _added; ++_next) {
+        for (; !isDone() && _outputs[_next].first + _outputs[_next].taps <= _added; ++_next) {
             const Output &output = _outputs[_next];
             for (int i = 0; i < output.count; ++i)
-                _rows[size_t(i)] = row(output.first + i);
+                _rows[size_t(i)] = row(output.first + std::min(i, output.taps - 1));
             ScalingKernels::filterOverRows(_rows.data(), _weights.data() + output.weightsAt, output.count,
                                            _result.data(), _components);
             emitRow(_result.data());
@@ -134,25 +135,31 @@ private:
     struct Output
     {
         int first = 0;
+        int taps = 0;
+        /// The taps, filled up to whole groups.
         int count = 0;
         size_t weightsAt = 0;
     };
 
-    qint16 *row(int index) { return _ring.data() + size_t(index) % _rows.size() * size_t(_components); }
+    qint16 *row(int index) { return _ring.data() + size_t(index) % _rowCount * size_t(_components); }
 
     /// As whole numbers, whose sum is exact; what rounding lacks goes to the largest.
     void append(const Taps &taps)
     {
         constexpr int whole = 1 << ScalingKernels::kRowWeightBits;
-        _outputs.push_back({taps.first - _firstRow, int(taps.weights.size()), _weights.size()});
+        constexpr int group = ScalingKernels::kRowGroup;
+        const int count = int(taps.weights.size());
+        const size_t weightsAt = _weights.size();
+        _outputs.push_back({taps.first - _firstRow, count, (count + group - 1) / group * group, weightsAt});
         int rest = whole;
         for (const double weight : taps.weights) {
             _weights.push_back(qint16(std::min(std::lround(weight * whole), long(whole - 1))));
             rest -= _weights.back();
         }
-        qint16 &largest = *std::max_element(_weights.end() - qsizetype(taps.weights.size()), _weights.end());
+        qint16 &largest = *std::max_element(_weights.begin() + qsizetype(weightsAt), _weights.end());
         // A weight of one cannot be held; one part less rounds to the same.
         largest = qint16(std::min(largest + rest, whole - 1));
+        _weights.resize(weightsAt + size_t(_outputs.back().count));
     }
 
     int _firstRow;
@@ -160,6 +167,7 @@ private:
     std::vector<Output> _outputs;
     std::vector<qint16> _weights;
     std::vector<qint16> _ring;
+    size_t _rowCount = 1;
     std::vector<const qint16 *> _rows;
     std::vector<qint16> _result;
     int _added = 0;
@@ -173,7 +181,7 @@ public:
     explicit ColumnFilter(const Line &line)
         : _pixels(line.lastPixel() - line.firstPixel() + 1),
           _batch(size_t(_pixels) * 4 * ScalingKernels::kBatch), _stride(qsizetype(line.count) * 4),
-          _result(size_t(_stride) * ScalingKernels::kBatch)
+          _result(size_t(_stride) * ScalingKernels::kBatch), _row(size_t(_stride))
     {
         for (int index = 0; index < line.count; ++index) {
             const Taps taps = ScalingWeights::meansAndLanczos(line, index);
@@ -199,8 +207,10 @@ public:
             return;
         ScalingKernels::filterOverColumns(_batch.data(), _spans.data(), _weights.data(),
                                           qsizetype(_spans.size()), _result.data(), _stride);
-        for (int row = 0; row < _used; ++row)
-            emitRow(_result.data() + row * _stride);
+        for (int row = 0; row < _used; ++row) {
+            ScalingKernels::round(_result.data() + row * _stride, _row.data(), _stride);
+            emitRow(_row.data());
+        }
         _used = 0;
     }
 
@@ -208,7 +218,8 @@ private:
     qsizetype _pixels;
     std::vector<float> _batch;
     qsizetype _stride;
-    std::vector<qint16> _result;
+    std::vector<float> _result;
+    std::vector<qint16> _row;
     std::vector<ScalingKernels::ColumnSpan> _spans;
     std::vector<float> _weights;
     int _used = 0;
