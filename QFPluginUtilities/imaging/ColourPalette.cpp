@@ -1,5 +1,7 @@
 #include "imaging/ColourPalette.h"
 
+#include "imaging/Vectorised.h"
+
 #include <algorithm>
 
 namespace {
@@ -21,7 +23,7 @@ ColourPalette::ColourPalette(const QList<QRgb> &colours) : _colours(colours)
     }
 }
 
-int ColourPalette::nearest(int red, int green, int blue) const
+QF_VECTORISED int ColourPalette::nearest(int red, int green, int blue) const
 {
     // Distance and index in one number: the smallest is found without a branch, many at a time.
     int32_t best = INT32_MAX;

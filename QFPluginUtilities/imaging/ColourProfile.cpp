@@ -148,6 +148,12 @@ void ColourTransform::apply(QRgb *pixels, int count) const
     }
 }
 
+void ColourTransform::apply(QImage &image) const
+{
+    for (int y = 0; y < image.height(); ++y)
+        apply(reinterpret_cast<QRgb *>(image.scanLine(y)), image.width());
+}
+
 void ColourTransform::applyToCMYK(const uchar *pixels, QRgb *result, int count) const
 {
     cmsDoTransform(_transform, pixels, result, static_cast<cmsUInt32Number>(count));

@@ -1,7 +1,7 @@
 #pragma once
 
 #include <QByteArray>
-#include <QRgb>
+#include <QImage>
 
 #include <memory>
 
@@ -23,6 +23,8 @@ public:
     /// Converts pixels that are not premultiplied, in place; alpha stays. Grey is taken from the blue
     /// component. Not for CMYK.
     void apply(QRgb *pixels, int count) const;
+    /// The same for all pixels of an image with 32 bits a pixel.
+    void apply(QImage &image) const;
     /// Opaque pixels from four bytes each.
     void applyToCMYK(const uchar *pixels, QRgb *result, int count) const;
 

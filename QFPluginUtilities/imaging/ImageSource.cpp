@@ -1,6 +1,8 @@
 #include "imaging/ImageSource.h"
 
+#include "imaging/ImageOperations.h"
 #include "imaging/JPEGSource.h"
+#include "imaging/PSDSource.h"
 #include "imaging/PictureFile.h"
 #include "imaging/QtImageSource.h"
 #include "platform/WithoutThrowing.h"
@@ -17,6 +19,8 @@ ImageSourcePtr sourceForBytes(const QByteArray &data)
 {
     if (JPEGSource::isJPEG(data))
         return JPEGSource::withBytes(data);
+    if (PSDSource::isPSD(data))
+        return PSDSource::withBytes(data);
     return QtImageSource::withBytes(data);
 }
 
@@ -45,12 +49,12 @@ ImageSourcePtr ImageSource::withFile(const QString &path)
     return withoutThrowing([&] { return sourceForBytes(contentsOfPictureFile(path)); });
 }
 
-// TODO: through ImageOperations::scaled as soon as it is there.
+bool ImageSource::canScale(const QRect &crop, const QSize &target) const
+{
+    return !crop.isEmpty() && QRect(QPoint(), _size).contains(crop) && isSizeAllowed(target);
+}
+
 QImage ImageSource::scaled(const QRect &crop, const QSize &target) const
 {
-    const QImage whole = image();
-    if (whole.isNull() || target.isEmpty() || crop.isEmpty() || !whole.rect().contains(crop))
-        return {};
-    const QImage part = crop == whole.rect() ? whole : whole.copy(crop);
-    return part.scaled(target, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
+    return canScale(crop, target) ? ImageOperations::scaled(image(), crop, target) : QImage();
 }

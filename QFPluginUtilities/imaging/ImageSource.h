@@ -47,6 +47,8 @@ protected:
 
     /// Whether a picture of this size may be decoded: see `withData`.
     [[nodiscard]] static bool isSizeAllowed(QSize size);
+    /// Whether the part lies within the picture and the result may be made.
+    [[nodiscard]] bool canScale(const QRect &crop, const QSize &target) const;
 
 private:
     Format _format;

@@ -1,46 +1,37 @@
 #pragma once
 
-#include <QByteArray>
-#include <QRgb>
-#include <QSize>
+#include "imaging/ColourProfile.h"
+#include "imaging/JPEGDecoder.h"
+#include "imaging/RowReader.h"
 
-#include <memory>
+#include <vector>
 
-/// A JPEG file, decoded row by row, from the top. Errors in the file come as answers. One thread at a time.
-class JPEGReader
+/// Rows of a JPEG file, whole or reduced.
+class JPEGReader final : public RowReader
 {
 public:
-    /// What the rows hold: opaque pixels, or four bytes of ink each.
-    enum class Rows : quint8 { Pixels, CMYK, InvertedCMYK };
+    /// At `eighths` eighths of its size; where a part is enough, with no more around it than decoding
+    /// demands. An invalid reader where the file does not allow it.
+    JPEGReader(const QByteArray &file, int eighths, const QRect &part);
 
-    explicit JPEGReader(const QByteArray &data);
-    ~JPEGReader();
-    JPEGReader(const JPEGReader &) = delete;
-    JPEGReader &operator=(const JPEGReader &) = delete;
+    [[nodiscard]] bool isValid() const { return _isValid; }
+    /// The part in the coordinates of the rows.
+    [[nodiscard]] QRectF part() const { return _part; }
 
-    /// Comes first. False when there is none that can be decoded.
-    [[nodiscard]] bool readHeader();
-    [[nodiscard]] QSize size() const;
-    [[nodiscard]] Rows rows() const;
-    [[nodiscard]] bool isGrey() const;
-    /// The embedded ICC profile; empty without one.
-    [[nodiscard]] QByteArray profile();
-
-    /// Begins decoding at `eighths` eighths of the size, 1 to 8. False when the file does not allow it. A
-    /// progressive file is read to its end here.
-    [[nodiscard]] bool start(int eighths);
-    /// Size of the reduced picture.
-    [[nodiscard]] QSize reducedSize() const;
-    /// After `start`: keeps only columns from `*x` on, `*width` of them; both are moved outwards to what can
-    /// be decoded by itself, at the same values as in the whole picture but for the outermost columns.
-    [[nodiscard]] bool keepColumns(int *x, int *width);
-    /// Decodes a row of four bytes a column, into memory for all columns kept. False when the data have run
-    /// out.
-    [[nodiscard]] bool readRow(void *row);
-    /// Passes rows, which is quicker than reading them.
-    [[nodiscard]] bool skipRows(int count);
+    [[nodiscard]] QSize size() const override { return _size; }
+    [[nodiscard]] bool isOpaque() const override { return true; }
+    [[nodiscard]] bool readRow(QRgb *row) override;
+    void finish(QImage &image) const override;
 
 private:
-    struct Private;
-    std::unique_ptr<Private> d;
+    [[nodiscard]] bool start(int eighths, const QRect &part);
+    [[nodiscard]] bool passOver(QRectF &part);
+    [[nodiscard]] ColourTransform::From colours() const;
+
+    JPEGDecoder _decoder;
+    std::shared_ptr<const ColourTransform> _transform;
+    bool _isValid = false;
+    QSize _size;
+    QRectF _part;
+    std::vector<uchar> _inks;
 };

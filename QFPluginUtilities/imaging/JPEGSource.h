@@ -14,6 +14,4 @@ public:
 
 private:
     JPEGSource(QSize size, const QByteArray &data);
-
-    [[nodiscard]] QImage decoded(int eighths) const;
 };

@@ -101,13 +101,6 @@ bool isOpaque(const QImage &image)
     return true;
 }
 
-void convertToSRGB(QImage &image, const QByteArray &profile)
-{
-    const auto transform = ColourTransform::toSRGB(profile, ColourTransform::From::RGB);
-    for (int y = 0; transform && y < image.height(); ++y)
-        transform->apply(reinterpret_cast<QRgb *>(image.scanLine(y)), image.width());
-}
-
 /// The picture in sRGB, as RGB32 or ARGB32_Premultiplied.
 QImage normalised(QImage image)
 {
@@ -115,8 +108,8 @@ QImage normalised(QImage image)
     const bool hasAlpha = image.hasAlphaChannel();
     image.setColorSpace(QColorSpace());
     image.convertTo(hasAlpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
-    if (!image.isNull() && !profile.isEmpty())
-        convertToSRGB(image, profile);
+    if (const auto transform = ColourTransform::toSRGB(profile, ColourTransform::From::RGB))
+        transform->apply(image);
     if (hasAlpha && isOpaque(image))
         image.reinterpretAsFormat(QImage::Format_RGB32);
     else if (hasAlpha)

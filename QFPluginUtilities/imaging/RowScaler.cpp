@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <new>
 #include <optional>
 #include <vector>
@@ -65,6 +66,18 @@ public:
         return true;
     }
 
+    /// Ends a mean that has only part of its rows with these.
+    bool end(qint16 *output)
+    {
+        if (_given == 0)
+            return false;
+        std::transform(_sums.begin(), _sums.end(), output, [this](quint32 sum) {
+            return qint16((quint64(sum) << ScalingKernels::kFractionBits) / _given);
+        });
+        _given = 0;
+        return true;
+    }
+
 private:
     static constexpr quint32 kWhole = 1U << ScalingKernels::kMeanBits;
 
@@ -93,16 +106,11 @@ private:
 class RowFilter
 {
 public:
-    RowFilter(const Line &line, qsizetype components) : _firstRow(line.firstPixel()), _components(components)
+    RowFilter(const Line &line, qsizetype components) : _components(components), _result(size_t(components))
     {
         for (int index = 0; index < line.count; ++index)
-            append(ScalingWeights::lanczos(line, index));
-        size_t longest = 1;
-        for (const Output &output : _outputs)
-            longest = std::max(longest, size_t(output.count));
-        _ring.resize(longest * size_t(components));
-        _rows.resize(longest);
-        _result.resize(size_t(components));
+            append(ScalingWeights::lanczos(line, index), line.firstPixel());
+        _ring.resize(size_t(_rowCount) * size_t(components));
     }
 
     /// Where the next row is to be written.
@@ -111,7 +119,7 @@ public:
     [[nodiscard]] bool isDone() const { return _next == _outputs.size(); }
     void repeatRow()
     {
-        if (_rows.size() > 1)
+        if (_rowCount > 1)
             std::copy_n(row(_added - 1), _components, nextRow());
     }
 
@@ -120,11 +128,12 @@ public:
     void rowWritten(EmitRow emitRow)
     {
         ++_added;
-        for (; !isDone() && _outputs[_next].first + _outputs[_next].count <= _added; ++_next) {
+        for (; !isDone() && _outputs[_next].lastRow < _added; ++_next) {
             const Output &output = _outputs[_next];
-            for (int i = 0; i < output.count; ++i)
-                _rows[size_t(i)] = row(output.first + i);
-            ScalingKernels::filterOverRows(_rows.data(), _weights.data() + output.weightsAt, output.count,
+            _rows.clear();
+            for (size_t tap = output.begin; tap < output.end; ++tap)
+                _rows.push_back(row(_tapRows[tap]));
+            ScalingKernels::filterOverRows(_rows.data(), _weights.data() + output.begin, int(_rows.size()),
                                            _result.data(), _components);
             emitRow(_result.data());
         }
@@ -133,35 +142,55 @@ public:
 private:
     struct Output
     {
-        int first = 0;
-        int count = 0;
-        size_t weightsAt = 0;
+        size_t begin = 0;
+        size_t end = 0;
+        int lastRow = 0;
     };
 
-    qint16 *row(int index) { return _ring.data() + size_t(index) % _rows.size() * size_t(_components); }
+    qint16 *row(int index) { return _ring.data() + size_t(index % _rowCount) * size_t(_components); }
 
     /// As whole numbers, whose sum is exact; what rounding lacks goes to the largest.
-    void append(const Taps &taps)
+    void append(const Taps &taps, int firstRow)
     {
         constexpr int whole = 1 << ScalingKernels::kRowWeightBits;
-        _outputs.push_back({taps.first - _firstRow, int(taps.weights.size()), _weights.size()});
+        std::vector<int> weights;
         int rest = whole;
         for (const double weight : taps.weights) {
-            _weights.push_back(qint16(std::min(std::lround(weight * whole), long(whole - 1))));
-            rest -= _weights.back();
+            weights.push_back(int(std::lround(weight * whole)));
+            rest -= weights.back();
         }
-        qint16 &largest = *std::max_element(_weights.end() - qsizetype(taps.weights.size()), _weights.end());
-        // A weight of one cannot be held; one part less rounds to the same.
-        largest = qint16(std::min(largest + rest, whole - 1));
+        *std::max_element(weights.begin(), weights.end()) += rest;
+
+        const int count = int(weights.size());
+        const int first = taps.first - firstRow;
+        const size_t begin = _weights.size();
+        for (int i = 0; i < count; ++i)
+            appendTap(first + i, weights[size_t(i)]);
+        while ((_weights.size() - begin) % ScalingKernels::kRowGroup != 0)
+            appendTap(first, 0);
+        _outputs.push_back({begin, _weights.size(), first + count - 1});
+        _rowCount = std::max(_rowCount, count);
+        _rows.reserve(_weights.size() - begin);
     }
 
-    int _firstRow;
+    /// Edge pixels, which stand for all outside them, may weigh more than one tap can hold.
+    void appendTap(int row, int weight)
+    {
+        constexpr int most = std::numeric_limits<qint16>::max();
+        for (; weight > most; weight -= most / 2)
+            appendTap(row, most / 2);
+        _tapRows.push_back(row);
+        _weights.push_back(qint16(weight));
+    }
+
     qsizetype _components;
+    std::vector<qint16> _result;
     std::vector<Output> _outputs;
+    std::vector<int> _tapRows;
     std::vector<qint16> _weights;
     std::vector<qint16> _ring;
     std::vector<const qint16 *> _rows;
-    std::vector<qint16> _result;
+    int _rowCount = 1;
     int _added = 0;
     size_t _next = 0;
 };
@@ -173,7 +202,7 @@ public:
     explicit ColumnFilter(const Line &line)
         : _pixels(line.lastPixel() - line.firstPixel() + 1),
           _batch(size_t(_pixels) * 4 * ScalingKernels::kBatch), _stride(qsizetype(line.count) * 4),
-          _result(size_t(_stride) * ScalingKernels::kBatch)
+          _result(size_t(_stride) * ScalingKernels::kBatch), _row(size_t(_stride))
     {
         for (int index = 0; index < line.count; ++index) {
             const Taps taps = ScalingWeights::meansAndLanczos(line, index);
@@ -199,8 +228,10 @@ public:
             return;
         ScalingKernels::filterOverColumns(_batch.data(), _spans.data(), _weights.data(),
                                           qsizetype(_spans.size()), _result.data(), _stride);
-        for (int row = 0; row < _used; ++row)
-            emitRow(_result.data() + row * _stride);
+        for (int row = 0; row < _used; ++row) {
+            ScalingKernels::round(_result.data() + row * _stride, _row.data(), _stride);
+            emitRow(_row.data());
+        }
         _used = 0;
     }
 
@@ -208,7 +239,8 @@ private:
     qsizetype _pixels;
     std::vector<float> _batch;
     qsizetype _stride;
-    std::vector<qint16> _result;
+    std::vector<float> _result;
+    std::vector<qint16> _row;
     std::vector<ScalingKernels::ColumnSpan> _spans;
     std::vector<float> _weights;
     int _used = 0;
@@ -334,6 +366,8 @@ void RowScaler::Private::extendDown()
     }
     if (columnsFirst)
         overColumns->flush([this](const qint16 *filtered) { takeFiltered(filtered); });
+    if (means && means->end(overRows->nextRow()))
+        rowWritten();
     while (!overRows->isEmpty() && !overRows->isDone()) {
         overRows->repeatRow();
         rowWritten();

@@ -35,26 +35,33 @@ static inline qint16 weighted(qint16 component, qint16 weight)
     return qint16((((int(component) * weight) >> (kRowWeightBits - 1)) + 1) >> 1);
 }
 
+/// output += weighted sum of four rows.
+static inline void addFourRows(const qint16 *const *rows, const qint16 *weights, qsizetype begin,
+                               qint16 *__restrict output, qsizetype count)
+{
+    const qint16 *__restrict const first = rows[0] + begin;
+    const qint16 *__restrict const second = rows[1] + begin;
+    const qint16 *__restrict const third = rows[2] + begin;
+    const qint16 *__restrict const fourth = rows[3] + begin;
+    const qint16 w0 = weights[0];
+    const qint16 w1 = weights[1];
+    const qint16 w2 = weights[2];
+    const qint16 w3 = weights[3];
+    for (qsizetype i = 0; i < count; ++i)
+        output[i] = qint16(output[i] + weighted(first[i], w0) + weighted(second[i], w1) +
+                           weighted(third[i], w2) + weighted(fourth[i], w3));
+}
+
 QF_VECTORISED void filterOverRows(const qint16 *const *rows, const qint16 *weights, int rowCount,
                                   qint16 *output, qsizetype count)
 {
-    constexpr qsizetype block = 64;
-    qsizetype begin = 0;
-    for (; begin + block <= count; begin += block) {
-        qint16 sums[block] = {};
-        for (int row = 0; row < rowCount; ++row) {
-            const qint16 *const components = rows[row] + begin;
-            const qint16 weight = weights[row];
-            for (qsizetype i = 0; i < block; ++i)
-                sums[i] = qint16(sums[i] + weighted(components[i], weight));
-        }
-        std::copy_n(sums, block, output + begin);
-    }
-    for (; begin < count; ++begin) {
-        qint16 sum = 0;
-        for (int row = 0; row < rowCount; ++row)
-            sum = qint16(sum + weighted(rows[row][begin], weights[row]));
-        output[begin] = sum;
+    // A block of the result stays in the first-level cache while all rows are added to it.
+    constexpr qsizetype block = 2048;
+    for (qsizetype begin = 0; begin < count; begin += block) {
+        const qsizetype length = std::min(block, count - begin);
+        std::fill_n(output + begin, length, qint16(0));
+        for (int row = 0; row < rowCount; row += kRowGroup)
+            addFourRows(rows + row, weights + row, begin, output + begin, length);
     }
 }
 
@@ -68,24 +75,38 @@ QF_VECTORISED void putIntoBatch(const qint16 *row, float *batch, int place, qsiz
 }
 
 QF_VECTORISED void filterOverColumns(const float *batch, const ColumnSpan *spans, const float *weights,
-                                     qsizetype pixels, qint16 *output, qsizetype stride)
+                                     qsizetype pixels, float *output, qsizetype stride)
 {
+    // Two rows of the batch at a time, as the compiler's own vectors: plain loops it unrolls the wrong way.
+    using TwoRows = float __attribute__((vector_size(32)));
+    using Loaded = float __attribute__((vector_size(32), aligned(4), may_alias));
     constexpr qsizetype lanes = 4 * kBatch;
-    for (qsizetype x = 0; x < pixels; ++x) {
+    static_assert(kBatch == 4);
+    for (qsizetype x = 0; x < pixels; ++x, output += 4) {
         const ColumnSpan span = spans[x];
         const float *components = batch + span.first * lanes;
         const float *const weight = weights + span.weightsAt;
-        float sums[lanes] = {};
+        TwoRows upper = {};
+        TwoRows lower = {};
         for (int k = 0; k < span.count; ++k, components += lanes) {
-            for (qsizetype i = 0; i < lanes; ++i)
-                sums[i] += components[i] * weight[k];
+            upper += *reinterpret_cast<const Loaded *>(components) * weight[k];
+            lower += *reinterpret_cast<const Loaded *>(components + lanes / 2) * weight[k];
         }
-        qint16 rounded[lanes];
-        for (qsizetype i = 0; i < lanes; ++i)
-            rounded[i] = qint16(int(sums[i] + 32768.5F) - 32768);
-        for (qsizetype row = 0; row < kBatch; ++row)
-            std::copy_n(rounded + row * 4, 4, output + row * stride + x * 4);
+        for (int c = 0; c < 4; ++c) {
+            output[c] = upper[c];
+            output[stride + c] = upper[4 + c];
+            output[2 * stride + c] = lower[c];
+            output[3 * stride + c] = lower[4 + c];
+        }
     }
+}
+
+QF_VECTORISED void round(const float *row, qint16 *output, qsizetype count)
+{
+    // Above zero, cutting off is rounding down.
+    constexpr float lift = 32768;
+    for (qsizetype i = 0; i < count; ++i)
+        output[i] = qint16(int(row[i] + (lift + 0.5F)) - int(lift));
 }
 
 QF_VECTORISED void narrowOpaque(const qint16 *row, uchar *bytes, qsizetype pixels)

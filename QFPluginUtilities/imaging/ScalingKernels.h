@@ -12,6 +12,8 @@ constexpr int kFractionBits = 6;
 constexpr int kMeanBits = 24;
 /// Weights of filtering over rows: their sum, which single weights stay below.
 constexpr int kRowWeightBits = 15;
+/// Rows that are added up in one step.
+constexpr int kRowGroup = 4;
 /// Rows that are filtered over columns together.
 constexpr int kBatch = 4;
 
@@ -22,7 +24,7 @@ void addToMean(quint32 *sums, const uchar *bytes, quint32 weight, qsizetype coun
 /// Ends one mean with the row's `weight`, and begins the next with its `nextWeight`.
 void finishMean(quint32 *sums, const uchar *bytes, quint32 weight, quint32 nextWeight, qint16 *output,
                 qsizetype count);
-/// output = weighted sum of rows. `count` is a multiple of four.
+/// output = weighted sum of rows, whose count is a multiple of kRowGroup; what is too many has a weight of 0.
 void filterOverRows(const qint16 *const *rows, const qint16 *weights, int rowCount, qint16 *output,
                     qsizetype count);
 
@@ -37,7 +39,9 @@ struct ColumnSpan
 void putIntoBatch(const qint16 *row, float *batch, int place, qsizetype pixels);
 /// All four rows filtered: row n of the output begins at n * stride.
 void filterOverColumns(const float *batch, const ColumnSpan *spans, const float *weights, qsizetype pixels,
-                       qint16 *output, qsizetype stride);
+                       float *output, qsizetype stride);
+/// To the nearest of the sixteen-bit components.
+void round(const float *row, qint16 *output, qsizetype count);
 
 /// Rounded to bytes within their range; no component above its pixel's alpha.
 void narrow(const qint16 *row, uchar *bytes, qsizetype pixels);

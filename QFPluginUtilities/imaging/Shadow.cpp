@@ -29,7 +29,7 @@ struct Axis
         const double move =
             std::isfinite(offset) ? std::clamp(offset, double(-kFarAway), double(kFarAway)) : 0.0;
         fraction = move - std::floor(move);
-        begin = std::clamp(position, -kFarAway, kFarAway) + int(std::floor(move));
+        begin = position + int(std::floor(move));
     }
 
     /// The picture before the blur, on the canvas.
@@ -62,10 +62,13 @@ class Coverage
 public:
     Coverage(const QImage &picture, const Axis &across, const Axis &down) : _across(across), _down(down)
     {
-        if (picture.hasAlphaChannel())
+        if (picture.hasAlphaChannel()) {
             blur(picture);
-        else
-            _row.resize(size_t(across.canvas)), _columns = profile(across), _rows = profile(down);
+            return;
+        }
+        _columns = profile(across);
+        _rows = profile(down);
+        _row.resize(_columns.size());
     }
 
     [[nodiscard]] bool isEmptyAt(int y) const { return !_rows.empty() && _rows[size_t(y)] * kFull < 0.5F; }
@@ -207,24 +210,26 @@ QImage ImageOperations::withShadow(const QImage &image, const QPoint &position, 
 {
     if (canvas.isEmpty())
         return {};
-    QImage drawn(canvas, ground.alpha() == 255 && ground.isValid() ? QImage::Format_RGB32
-                                                                   : QImage::Format_ARGB32_Premultiplied);
+    const bool isOpaque = ground.isValid() && ground.alpha() == 255;
+    QImage drawn(canvas, isOpaque ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied);
     if (drawn.isNull())
         return {};
     drawn.fill(ground.isValid() ? ground : QColor(Qt::transparent));
     if (image.isNull())
         return drawn;
-    const double blur =
-        shadow.blur > 0 ? std::min(shadow.blur, double(std::max(canvas.width(), canvas.height()))) : 0.0;
+    const QPoint at(std::clamp(position.x(), -kFarAway, kFarAway),
+                    std::clamp(position.y(), -kFarAway, kFarAway));
+    const double longest = std::max(canvas.width(), canvas.height());
+    const double blur = shadow.blur > 0 ? std::min(shadow.blur, longest) : 0;
     try {
-        Coverage coverage(image, Axis(position.x(), shadow.offset.x(), blur, image.width(), canvas.width()),
-                          Axis(position.y(), shadow.offset.y(), blur, image.height(), canvas.height()));
-        const QRect covered = QRect(position, image.size()) & drawn.rect();
+        Coverage coverage(image, Axis(at.x(), shadow.offset.x(), blur, image.width(), canvas.width()),
+                          Axis(at.y(), shadow.offset.y(), blur, image.height(), canvas.height()));
+        const QRect covered = QRect(at, image.size()) & drawn.rect();
         drawShadow(drawn, coverage, shadow.colour, image.hasAlphaChannel() ? QRect() : covered);
     } catch (const std::bad_alloc &) {
         return {};
     }
     QPainter painter(&drawn);
-    painter.drawImage(position, image);
+    painter.drawImage(at, image);
     return drawn;
 }

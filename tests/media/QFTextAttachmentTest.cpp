@@ -1,12 +1,20 @@
 #include "media/QFTextAttachment.h"
 #include "media/NSAttributedString+Attachments.h"
+#include "media/QFImage.h"
 #include "platform/NSColor.h"
 #include "platform/NSKeyedArchiver.h"
 #include "platform/NSKeyedUnarchiver.h"
 #include "platform/Values.h"
+#include "tests/media/Pictures.h"
 #include "tests/platform/ArchiveTestData.h"
 
+#include <QPageSize>
+#include <QPainter>
+#include <QPdfWriter>
+#include <QTemporaryDir>
 #include <QTest>
+
+#include <limits>
 
 class QFTextAttachmentTest : public QObject
 {
@@ -18,6 +26,12 @@ private Q_SLOTS:
     void readsOlderVersions_data();
     void readsOlderVersions();
     void isFoundInText();
+    void measuresItsPicture();
+    void tellsOfChangesAndDropsTheCache();
+    void readsLinksAndDocuments();
+    void normalises_data();
+    void normalises();
+    void leavesOtherFilesAlone();
 };
 
 namespace {
@@ -32,6 +46,14 @@ NSTextAttachmentPtr thereAndBack(const NSTextAttachmentPtr &attachment)
     return NSKeyedUnarchiver::unarchiveObjectWithData(archive).value<NSTextAttachmentPtr>();
 }
 
+NSFileWrapperPtr jpeg(int width, int height, const QString &name)
+{
+    const NSFileWrapperPtr file =
+        NSFileWrapper::regularFileWithContents(fileOf(pictureOf(width, height), "JPEG"));
+    file->setPreferredFilename(name);
+    return file;
+}
+
 } // namespace
 
 void QFTextAttachmentTest::makesItsMediaAttributesOnce()
@@ -43,7 +65,7 @@ void QFTextAttachmentTest::makesItsMediaAttributesOnce()
     // A fresh attachment clips and fills, unlike a map that lacks these keys.
     QVERIFY(boolValue(fresh.value(u"clip"_s)));
     QVERIFY(sameValue(fresh.value(u"fillcolour"_s), QVariant::fromValue(NSColor::whiteColor())));
-    attachment.mediaAttributes().clear();
+    attachment.setMediaAttributes({});
     QVERIFY2(attachment.mediaAttributes().isEmpty(), "an emptied map is not filled again");
     QVERIFY(QFTextAttachment(nullptr, {}).mediaAttributes().isEmpty());
 }
@@ -52,7 +74,7 @@ void QFTextAttachmentTest::isArchivedWhole()
 {
     const auto attachment =
         std::make_shared<QFTextAttachment>(NSFileWrapper::regularFileWithContents("jpeg"));
-    attachment->mediaAttributes().insert(u"alttag"_s, u"Alt"_s);
+    attachment->setMediaAttribute(u"alttag"_s, u"Alt"_s);
     attachment->setCachedImage("cache");
     const auto back = std::dynamic_pointer_cast<QFTextAttachment>(thereAndBack(attachment));
     QVERIFY(back);
@@ -65,7 +87,7 @@ void QFTextAttachmentTest::isArchivedWhole()
     QVERIFY(bare && !bare->hasMediaAttributes() && bare->cachedImage().isNull() && !bare->fileWrapper());
 
     // An attachment that holds itself.
-    attachment->mediaAttributes().insert(u"self"_s, QVariant::fromValue<NSTextAttachmentPtr>(attachment));
+    attachment->setMediaAttribute(u"self"_s, QVariant::fromValue<NSTextAttachmentPtr>(attachment));
     const auto circle = std::dynamic_pointer_cast<QFTextAttachment>(thereAndBack(attachment));
     QVERIFY(circle && !circle->mediaAttributes().contains(u"self"_s));
     attachment->setMediaAttributes({});
@@ -123,5 +145,118 @@ void QFTextAttachmentTest::isFoundInText()
     QVERIFY(Attachments::attachments(NSAttributedString()).isEmpty());
 }
 
-QTEST_APPLESS_MAIN(QFTextAttachmentTest)
+void QFTextAttachmentTest::measuresItsPicture()
+{
+    QFTextAttachment attachment(jpeg(80, 60, u"a.jpg"_s));
+    QCOMPARE(attachment.mediaAttributes().value(u"originalwidth"_s), QVariant(80));
+    QCOMPARE(attachment.mediaAttributes().size(), 14);
+    QCOMPARE(attachment.mediaAttributesWidth(), 80.0F);
+    attachment.setMediaAttributesWidth(40);
+    QCOMPARE(attachment.mediaAttributesWidth(), 40.0F);
+    attachment.updateImageSize({64, 48}, 0.5F);
+    QCOMPARE(attachment.mediaAttributesWidth(), 64.0F);
+    QVERIFY(!attachment.mediaAttributes().contains(u"height"_s));
+    QCOMPARE(attachment.mediaAttributesHeight(), 48.0F);
+}
+
+void QFTextAttachmentTest::tellsOfChangesAndDropsTheCache()
+{
+    QFTextAttachment attachment(jpeg(8, 6, u"a.jpg"_s));
+    QStringList changed;
+    connect(&attachment.observer(), &QFTextAttachmentObserver::valueChanged, this,
+            [&changed](const QString &key) { changed.append(key); });
+    attachment.setCachedImage("bytes", 7);
+    attachment.setMediaAttributesFillColour(std::nullopt);
+    QVERIFY(attachment.cachedImage().isNull() && !attachment.cachedImageFormat());
+    QCOMPARE(changed.size(), 6);
+    QVERIFY(changed.contains(u"mediaAttributesFillColour"_s));
+
+    const NSImagePtr held = attachment.image();
+    attachment.setCachedImage("bytes");
+    attachment.setFileWrapper(jpeg(9, 6, u"b.jpg"_s));
+    QVERIFY(attachment.cachedImage().isNull());
+    QCOMPARE(attachment.image()->bitmap().width(), 9);
+    QCOMPARE(held->bitmap().width(), 8); // whoever holds it keeps it
+}
+
+void QFTextAttachmentTest::readsLinksAndDocuments()
+{
+    QTemporaryDir folder;
+    const QString path = folder.filePath(u"page.pdf"_s);
+    {
+        QPdfWriter writer(path);
+        writer.setPageSize(QPageSize(QSizeF(100, 50), QPageSize::Point));
+        writer.setPageMargins({});
+        QPainter(&writer).fillRect(0, 0, 1000000, 1000000, Qt::red);
+    }
+    QFTextAttachment link(NSFileWrapper::symbolicLinkWithDestination(path));
+    QVERIFY(link.image());
+    QCOMPARE(link.image()->size(), (NSSize{100, 50}));
+    QCOMPARE(link.image()->bitmap().pixel(50, 25), qRgb(255, 0, 0));
+    for (const QString &nowhere : {folder.filePath(u"missing"_s), folder.path(), u"/dev/zero"_s})
+        QVERIFY(!QFTextAttachment(NSFileWrapper::symbolicLinkWithDestination(nowhere)).image());
+    QVERIFY(!QFTextAttachment(NSFileWrapper::directoryWithFileWrappers({})).image());
+    QVERIFY(!QFTextAttachment(NSFileWrapper::regularFileWithContents("%PDF-1.4 no document")).image());
+}
+
+void QFTextAttachmentTest::normalises_data()
+{
+    QTest::addColumn<QVariantMap>("attributes");
+    QTest::addColumn<QSize>("size");
+    QTest::newRow("scaled") << QVariantMap{{u"lockratios"_s, true}, {u"scale"_s, 0.5F}} << QSize(40, 30);
+    QTest::newRow("enlarged") << QVariantMap{{u"lockratios"_s, true}, {u"scale"_s, 2.0F}} << QSize(160, 120);
+    // The shorter side decides; the proportions stay.
+    QTest::newRow("sized") << QVariantMap{{u"lockratios"_s, false}, {u"width"_s, 60}, {u"height"_s, 15}}
+                           << QSize(20, 15);
+}
+
+void QFTextAttachmentTest::normalises()
+{
+    QFETCH(QVariantMap, attributes);
+    attributes.insert(u"originalwidth"_s, 80);
+    attributes.insert(u"originalheight"_s, 60);
+    attributes.insert(u"rotation"_s, 30); // is not baked in
+    QFTextAttachment attachment(jpeg(80, 60, u"photo.JPG"_s), attributes);
+    attachment.fileWrapper()->setIcon("icon");
+    QVERIFY(attachment.normalise());
+    const NSImagePtr image = NSImage::imageWithData(attachment.fileWrapper()->regularFileContents());
+    QVERIFY(image && QFImage::isJPEGImage(*image));
+    QTEST(image->bitmap().size(), "size");
+    QCOMPARE(attachment.fileWrapper()->preferredFilename(), u"photo.JPG"_s);
+    QCOMPARE(attachment.fileWrapper()->icon(), QByteArray("icon"));
+    QCOMPARE(floatValue(attachment.mediaAttributes().value(u"scale"_s)), 1.0F);
+    QCOMPARE(floatValue(attachment.mediaAttributes().value(u"rotation"_s)), 30.0F);
+    // Now it is shown in its own size, except where the attributes give it other proportions.
+    const bool isShownAsItIs = attributes.value(u"lockratios"_s).toBool();
+    QVERIFY(!isShownAsItIs || !attachment.normalise());
+}
+
+void QFTextAttachmentTest::leavesOtherFilesAlone()
+{
+    const QVariantMap half{{u"lockratios"_s, true},
+                           {u"scale"_s, 0.5F},
+                           {u"originalwidth"_s, 80},
+                           {u"originalheight"_s, 60}};
+    const QByteArray png = fileOf(pictureOf(80, 60), "PNG");
+    const auto file = [](const QByteArray &bytes, const QString &name) {
+        const NSFileWrapperPtr wrapper = NSFileWrapper::regularFileWithContents(bytes);
+        wrapper->setPreferredFilename(name);
+        return wrapper;
+    };
+    QVERIFY(!QFTextAttachment(file(png, u"a.png"_s), half).normalise());
+    QVERIFY(!QFTextAttachment(jpeg(80, 60, u"a.jpeg"_s), half).normalise());
+    QVERIFY(!QFTextAttachment(file("no picture", u"a.jpg"_s), half).normalise());
+    QVERIFY(!QFTextAttachment(nullptr, half).normalise());
+    for (const float odd : {1.0F, 0.0F, -1.0F, 1e9F, std::numeric_limits<float>::quiet_NaN()}) {
+        QVariantMap map = half;
+        map.insert(u"scale"_s, odd);
+        QFTextAttachment attachment(jpeg(80, 60, u"a.jpg"_s), map);
+        QVERIFY(!attachment.normalise());
+        QVERIFY(sameValue(attachment.mediaAttributes(), map));
+    }
+    QFTextAttachment unsized(jpeg(80, 60, u"a.jpg"_s), {{u"lockratios"_s, false}});
+    QVERIFY(!unsized.normalise());
+}
+
+QTEST_MAIN(QFTextAttachmentTest)
 #include "QFTextAttachmentTest.moc"
