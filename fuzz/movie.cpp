@@ -1,20 +1,27 @@
-// Feeds arbitrary bytes to the reader of movies' headers. The media library itself does not tell the fuzzer
-// where it goes; the walk over atoms in front of it does.
+// Feeds arbitrary bytes to the reader of movies, and writes again what it takes for one. The media library
+// itself does not tell the fuzzer where it goes; the walk over atoms in front of it does.
 
 #include "media/MovieAtoms.h"
-#include "media/QFQTExport.h"
+#include "media/MovieFile.h"
 
 #include <cstdlib>
+#include <sys/mman.h>
+#include <unistd.h>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
     const QByteArray bytes(reinterpret_cast<const char *>(data), static_cast<qsizetype>(size));
     (void)MovieAtoms::of(*MovieBytes::ofData(bytes));
-    const NSSize movie = QFQTExport::getMovieDimensionsFromData(bytes);
-    const bool isNone = movie == NSSize();
-    const bool isSize =
-        movie.width >= 1 && movie.width <= 65535 && movie.height >= 1 && movie.height <= 65535;
-    if (!isNone && !isSize)
+    int error = 0;
+    const auto movie = MovieFile::withBytes(MovieBytes::ofData(bytes), error);
+    if (!movie)
+        return 0;
+    const QSize shown = movie->displaySize();
+    if (!shown.isEmpty() && (shown.width() > 65535 || shown.height() > 65535))
         std::abort();
+    const int file = ::memfd_create("flattened", MFD_CLOEXEC);
+    if (file < 0 || movie->writeForFastStart(file) > 0)
+        std::abort();
+    ::close(file);
     return 0;
 }

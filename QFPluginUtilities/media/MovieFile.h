@@ -11,7 +11,7 @@ struct AVStream;
 
 /// A movie whose header has been read: QuickTime, MPEG-4, AVI, and MPEG streams, told by their content. Only
 /// the bytes given are ever read, whatever other files they name.
-class MovieFile
+class QF_EXPORT MovieFile
 {
 public:
     /// nullptr, with the media library's negative code in `error`, for what is no movie.
