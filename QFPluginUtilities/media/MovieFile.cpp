@@ -1,5 +1,6 @@
 #include "media/MovieFile.h"
 
+#include "media/MovieAtoms.h"
 #include "media/MovieFileInput.h"
 
 extern "C" {
@@ -97,6 +98,12 @@ int MovieFile::open()
         return probed;
     if (!av_match_list(format->name, kFormats, ','))
         return AVERROR_INVALIDDATA;
+    if (av_match_list(format->name, "mov", ',')) {
+        const MovieAtoms atoms = MovieAtoms::of(*input.bytes);
+        if (!atoms.isPlausible)
+            return AVERROR_INVALIDDATA;
+        input.isIndexFirst = atoms.isIndexFirst;
+    }
     // Frees the context when it fails.
     const int opened = avformat_open_input(&input.context, "", format, nullptr);
     if (opened < 0)

@@ -19,6 +19,7 @@ struct MovieFile::Input
     MovieStream stream;
     AVFormatContext *context = nullptr;
     bool isAnalysed = false;
+    bool isIndexFirst = false; ///< the file is in order already
 
     Input() = default;
     ~Input() { avformat_close_input(&context); }

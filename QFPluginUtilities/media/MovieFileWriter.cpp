@@ -9,7 +9,9 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
+#include <limits>
 #include <unistd.h>
+#include <vector>
 
 namespace {
 
@@ -91,10 +93,23 @@ int closeAgain(AVFormatContext *, AVIOContext *stream)
     return 0;
 }
 
+int copyBytes(const MovieBytes &bytes, Output &output)
+{
+    constexpr qint64 kStep = qint64(1) << 20;
+    for (QByteArray step = bytes.bytes(0, kStep); !step.isEmpty();
+         step = bytes.bytes(output.position, kStep)) {
+        auto *data = reinterpret_cast<uint8_t *>(step.data());
+        if (const int written = Output::write(&output, data, static_cast<int>(step.size())); written < 0)
+            return written;
+    }
+    return output.position == bytes.size() ? 0 : AVERROR(EIO);
+}
+
 struct FormatDeleter
 {
     void operator()(AVFormatContext *context) const { avformat_free_context(context); }
 };
+using Format = std::unique_ptr<AVFormatContext, FormatDeleter>;
 struct PacketDeleter
 {
     void operator()(AVPacket *packet) const { av_packet_free(&packet); }
@@ -186,45 +201,59 @@ int copyPackets(AVFormatContext &output, AVFormatContext &input, const std::vect
     return count == 0 ? AVERROR_INVALIDDATA : 0;
 }
 
+/// A QuickTime writer onto the stream; nullptr when there is no memory for it.
+Format makeFormat(AVIOContext *stream, Output &output)
+{
+    AVFormatContext *allocated = nullptr;
+    avformat_alloc_output_context2(&allocated, nullptr, "mov", "flattened.mov");
+    Format format(allocated);
+    if (!stream || !format)
+        return nullptr;
+    format->pb = stream;
+    format->opaque = &output;
+    format->io_open = openAgain;
+    format->io_close2 = closeAgain;
+    format->flags |= AVFMT_FLAG_CUSTOM_IO;
+    return format;
+}
+
+int writeHeader(AVFormatContext &format)
+{
+    AVDictionary *options = nullptr;
+    av_dict_set(&options, "movflags", "faststart", 0);
+    const int begun = avformat_write_header(&format, &options);
+    av_dict_free(&options);
+    return std::min(begun, 0);
+}
+
 } // namespace
 
 int MovieFile::writeForFastStart(int file)
 {
     const MovieLibrarySilence silence;
+    Output output{file, _input->bytes->size() * 2 + kMostGrowth};
+    if (_input->isIndexFirst)
+        return copyBytes(*_input->bytes, output);
+
     AVFormatContext &input = *_input->context;
     _input->bytesLeft = std::numeric_limits<qint64>::max();
     _input->deadline = QDeadlineTimer(QDeadlineTimer::Forever);
     input.flags |= AVFMT_FLAG_GENPTS; // AVI and MPEG streams leave times out
     if (const int found = analyse(); found < 0)
         return found;
-
-    // Streams outlive the context that uses them.
-    Output writing{file, _input->bytes->size() * 2 + kMostGrowth};
-    const MovieStream stream = makeMovieStream(&writing, nullptr, Output::write, Output::seek);
-    AVFormatContext *allocated = nullptr;
-    avformat_alloc_output_context2(&allocated, nullptr, "mov", "flattened.mov");
-    const std::unique_ptr<AVFormatContext, FormatDeleter> output(allocated);
-    if (!stream || !output)
+    const MovieStream stream = makeMovieStream(&output, nullptr, Output::write, Output::seek);
+    const Format format = makeFormat(stream.get(), output);
+    if (!format)
         return AVERROR(ENOMEM);
-    output->pb = stream.get();
-    output->opaque = &writing;
-    output->io_open = openAgain;
-    output->io_close2 = closeAgain;
-    output->flags |= AVFMT_FLAG_CUSTOM_IO;
-    av_dict_copy(&output->metadata, input.metadata, 0);
-
+    av_dict_copy(&format->metadata, input.metadata, 0);
     std::vector<int> tracks;
-    if (const int added = addTracks(*output, input, tracks); added < 0)
+    if (const int added = addTracks(*format, input, tracks); added < 0)
         return added;
-    AVDictionary *options = nullptr;
-    av_dict_set(&options, "movflags", "faststart", 0);
-    const int begun = avformat_write_header(output.get(), &options);
-    av_dict_free(&options);
-    if (begun < 0)
+    if (const int begun = writeHeader(*format); begun < 0)
         return begun;
-    const int copied = copyPackets(*output, input, tracks);
-    // The trailer also frees what the header took.
-    const int ended = av_write_trailer(output.get());
+    const int copied = copyPackets(*format, input, tracks);
+    // Also frees what the header took.
+    const int ended = av_write_trailer(format.get());
     avio_flush(stream.get());
     return copied < 0 ? copied : ended < 0 ? ended : std::min(stream->error, 0);
 }

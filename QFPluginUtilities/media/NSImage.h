@@ -6,6 +6,7 @@
 
 #include <QImage>
 #include <QList>
+#include <QMetaType>
 
 #include <functional>
 #include <memory>

@@ -15,6 +15,8 @@ extern "C" {
 
 struct MovieMaker
 {
+    static constexpr int kSoundRate = 8000;
+
     const char *container = "mov";
     AVCodecID codec = AV_CODEC_ID_MPEG4;
     int width = 96;
@@ -23,6 +25,7 @@ struct MovieMaker
     double turn = 0; ///< degrees, as the track's matrix says
     int frames = 12;
     const char *movflags = "";
+    bool hasSound = false; ///< plain sound beside the picture
     bool hasCover = false; ///< a further picture that does not move, first among the tracks
 
     /// False when anything fails.
@@ -49,9 +52,10 @@ struct MovieMaker
                 av_stream_new_side_data(track, AV_PKT_DATA_DISPLAYMATRIX, 9 * sizeof(int32_t)));
             av_display_rotation_set(matrix, turn);
         }
+        const AVStream *sound = hasSound ? addSoundTrack(*output) : nullptr;
         isDone = isDone && avformat_write_header(output, &options) >= 0;
         for (int i = 0; isDone && i <= frames; ++i)
-            isDone = encode(*output, *track, *encoder, i);
+            isDone = encode(*output, *track, *encoder, i) && (!sound || writeSound(*output, *sound, i));
         isDone = isDone && av_write_trailer(output) >= 0;
         av_dict_free(&options);
         avcodec_free_context(&encoder);
@@ -68,6 +72,34 @@ struct MovieMaker
         track->codecpar->width = size.width();
         track->codecpar->height = size.height();
         return track;
+    }
+
+    static AVStream *addSoundTrack(AVFormatContext &output)
+    {
+        AVStream *track = addTrack(output, AV_CODEC_ID_PCM_S16LE, {});
+        track->codecpar->codec_type = AVMEDIA_TYPE_AUDIO;
+        track->codecpar->format = AV_SAMPLE_FMT_S16;
+        track->codecpar->sample_rate = kSoundRate;
+        av_channel_layout_default(&track->codecpar->ch_layout, 1);
+        track->codecpar->bits_per_coded_sample = 16;
+        track->codecpar->block_align = 2;
+        track->time_base = {1, kSoundRate};
+        return track;
+    }
+
+    /// What sounds during one frame.
+    [[nodiscard]] static bool writeSound(AVFormatContext &output, const AVStream &track, int number)
+    {
+        constexpr int kSamples = kSoundRate / 25;
+        AVPacket *packet = av_packet_alloc();
+        av_new_packet(packet, kSamples * 2);
+        std::memset(packet->data, number, static_cast<size_t>(packet->size));
+        packet->stream_index = track.index;
+        packet->pts = packet->dts = av_rescale_q(number, {1, 25}, track.time_base);
+        packet->duration = av_rescale_q(1, {1, 25}, track.time_base);
+        const bool isDone = av_interleaved_write_frame(&output, packet) >= 0;
+        av_packet_free(&packet);
+        return isDone;
     }
 
     [[nodiscard]] AVCodecContext *openEncoder(bool hasGlobalHeader) const
@@ -117,8 +149,8 @@ struct MovieMaker
     }
 };
 
-/// The media of the moving track, packet by packet.
-inline QList<QByteArray> moviePackets(const QString &path)
+/// Media of the tracks of one kind, packet by packet.
+inline QList<QByteArray> moviePackets(const QString &path, AVMediaType kind = AVMEDIA_TYPE_VIDEO)
 {
     AVFormatContext *input = nullptr;
     QList<QByteArray> packets;
@@ -126,7 +158,9 @@ inline QList<QByteArray> moviePackets(const QString &path)
         return packets;
     AVPacket *packet = av_packet_alloc();
     while (av_read_frame(input, packet) >= 0) {
-        packets.append(QByteArray(reinterpret_cast<const char *>(packet->data), packet->size));
+        const AVStream *track = input->streams[packet->stream_index];
+        if (track->codecpar->codec_type == kind && track->disposition != AV_DISPOSITION_ATTACHED_PIC)
+            packets.append(QByteArray(reinterpret_cast<const char *>(packet->data), packet->size));
         av_packet_unref(packet);
     }
     av_packet_free(&packet);

@@ -7,6 +7,7 @@
 #include <QRegularExpression>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QtEndian>
 
 #include <unistd.h>
 
@@ -47,6 +48,9 @@ private Q_SLOTS:
     void takesNothingElseForMovies();
     void followsNoReferences();
     void survivesCutMovies();
+    void refusesIndexesThatClaimTooMuch_data();
+    void refusesIndexesThatClaimTooMuch();
+    void readsCompressedIndexes();
     void flattens_data();
     void flattens();
     void replacesWhateverIsAtTheTarget();
@@ -152,6 +156,56 @@ void QFQTExportMoviesTest::survivesCutMovies()
     }
 }
 
+void QFQTExportMoviesTest::refusesIndexesThatClaimTooMuch_data()
+{
+    QTest::addColumn<QByteArray>("atom");
+    QTest::addColumn<QList<quint32>>("numbers"); // behind version and flags
+    QTest::addColumn<bool>("isMovie");
+    QTest::newRow("as it is") << QByteArray("stsz") << QList<quint32>{} << true;
+    QTest::newRow("samples of one byte") << QByteArray("stsz") << QList<quint32>{1, 100'000'000} << false;
+    QTest::newRow("samples of all sizes") << QByteArray("stsz") << QList<quint32>{0, 0xFFFFFFFF} << false;
+    QTest::newRow("samples of great size")
+        << QByteArray("stsz") << QList<quint32>{0xFFFFFFFF, 0xFFFFFFFF} << false;
+    QTest::newRow("samples in a chunk") << QByteArray("stsc") << QList<quint32>{1, 1, 0xFFFFFFFF} << false;
+    QTest::newRow("chunks") << QByteArray("stco") << QList<quint32>{0xFFFFFFFF} << false;
+    QTest::newRow("edits") << QByteArray("elst") << QList<quint32>{0xFFFFFFFF} << false;
+}
+
+void QFQTExportMoviesTest::refusesIndexesThatClaimTooMuch()
+{
+    QFETCH(QByteArray, atom);
+    QFETCH(QList<quint32>, numbers);
+    QVERIFY(MovieMaker().write(path(u"a.mov"_s)));
+    QByteArray bytes = contents(path(u"a.mov"_s));
+    qsizetype at = bytes.indexOf(atom) + 8;
+    QVERIFY(at > 8);
+    for (const quint32 number : numbers) {
+        qToBigEndian(number, bytes.data() + at);
+        at += 4;
+    }
+    QTEST(QFQTExport::getMovieDimensionsFromData(bytes) == (NSSize{96, 64}), "isMovie");
+}
+
+void QFQTExportMoviesTest::readsCompressedIndexes()
+{
+    QVERIFY(MovieMaker().write(path(u"a.mov"_s)));
+    const QByteArray bytes = contents(path(u"a.mov"_s));
+    const qsizetype at = bytes.indexOf("moov") - 4;
+    const auto atom = [](const char *name, const QByteArray &content) {
+        QByteArray size(4, '\0');
+        qToBigEndian(static_cast<quint32>(content.size() + 8), size.data());
+        return size + name + content;
+    };
+    const auto compressed = [&](const QByteArray &index) {
+        return bytes.first(at) +
+               atom("moov", atom("cmov", atom("dcom", "zlib") + atom("cmvd", qCompress(index))));
+    };
+    QCOMPARE(QFQTExport::getMovieDimensionsFromData(compressed(bytes.sliced(at))), (NSSize{96, 64}));
+    QByteArray hostile = bytes.sliced(at);
+    qToBigEndian<quint64>(0x00000001'7FFFFFFF, hostile.data() + hostile.indexOf("stsz") + 8);
+    QCOMPARE(QFQTExport::getMovieDimensionsFromData(compressed(hostile)), NSSize());
+}
+
 void QFQTExportMoviesTest::flattens_data()
 {
     QTest::addColumn<MovieMaker>("movie");
@@ -160,6 +214,9 @@ void QFQTExportMoviesTest::flattens_data()
     QTest::newRow("in fragments") << MovieMaker{.movflags = "frag_keyframe+empty_moov"};
     QTest::newRow("MPEG-4 with a cover") << MovieMaker{.container = "mp4", .hasCover = true};
     QTest::newRow("AVI") << MovieMaker{.container = "avi", .codec = AV_CODEC_ID_MJPEG};
+    QTest::newRow("with sound") << MovieMaker{.hasSound = true};
+    QTest::newRow("AVI with sound") << MovieMaker{
+        .container = "avi", .codec = AV_CODEC_ID_MJPEG, .hasSound = true};
     QTest::newRow("MPEG") << MovieMaker{.container = "mpeg", .codec = AV_CODEC_ID_MPEG1VIDEO};
     QTest::newRow("wide pixels") << MovieMaker{.aspect = {4, 3}};
 }
@@ -179,6 +236,10 @@ void QFQTExportMoviesTest::flattens()
     QCOMPARE(bytes.contains("Field notes"), contents(file).contains("Field notes"));
     QVERIFY(!moviePackets(flattened).isEmpty());
     QCOMPARE(moviePackets(flattened), moviePackets(file));
+    // Sound is cut into other pieces.
+    const QByteArray sound = moviePackets(file, AVMEDIA_TYPE_AUDIO).join();
+    QCOMPARE(sound.isEmpty(), !movie.hasSound);
+    QCOMPARE(moviePackets(flattened, AVMEDIA_TYPE_AUDIO).join(), sound);
     QCOMPARE(QFQTExport::getMovieDimensions(flattened), QFQTExport::getMovieDimensions(file));
 }
 
