@@ -77,8 +77,8 @@ class CVHTMLAttachmentsTest : public QObject
     static void process(Outcome &outcome, const NSTextAttachmentPtr &attachment,
                         qint32 format = CVHTMLMedia::kNoFormat, const QString &prefix = u"pic"_s)
     {
-        CVHTML().processAttachment(attachment, prefix, outcome.nextNumber, outcome.folder->path(),
-                                   u"files"_s, format, CVHTMLMedia::kHighQuality, outcome.markup);
+        CVHTML().processAttachment(attachment, prefix, outcome.nextNumber, outcome.folder->path(), u"files"_s,
+                                   format, CVHTMLMedia::kHighQuality, outcome.markup);
     }
     static Outcome processed(const NSTextAttachmentPtr &attachment, qint32 format = CVHTMLMedia::kNoFormat)
     {
@@ -172,8 +172,9 @@ private Q_SLOTS:
         QCOMPARE(tiff.format(u"pic_1.jpg"_s), "jpeg");
         QVERIFY(!QFile::exists(tiff.path(u"pic_1.tiff"_s)));
         // A stored name is an image's in any case of letters, but made a JPEG's in lower case only.
-        const Outcome stored = processed(attached(u"a.tiff", fileOf(pictureOf(40, 30), "TIFF"),
-                                                  {{u"filename"_s, u"scan.TIFF"_s}, {u"lockratios"_s, true}}));
+        const Outcome stored =
+            processed(attached(u"a.tiff", fileOf(pictureOf(40, 30), "TIFF"),
+                               {{u"filename"_s, u"scan.TIFF"_s}, {u"lockratios"_s, true}}));
         QCOMPARE(stored.format(u"scan.TIFF"_s), "tiff");
     }
     void encodesWhatIsTransformed_data()
@@ -193,9 +194,8 @@ private Q_SLOTS:
         // What the attributes say about the size stands in the markup, whatever the file's size.
         QTest::newRow("scaled, with sizes") << with({{u"scale"_s, 0.5F}, {u"width"_s, 9.9F}}) << QSize(20, 15)
                                             << u"width=\"9\" height=\"15\""_s;
-        QTest::newRow("turned, with sizes")
-            << with({{u"rotation"_s, 90}, {u"width"_s, 9}, {u"height"_s, 0}}) << QSize(30, 40)
-            << u"width=\"30\" height=\"40\""_s;
+        QTest::newRow("turned, with sizes") << with({{u"rotation"_s, 90}, {u"width"_s, 9}, {u"height"_s, 0}})
+                                            << QSize(30, 40) << u"width=\"30\" height=\"40\""_s;
         QTest::newRow("without a size") << with({{u"width"_s, 0}}) << QSize() << QString();
         QTest::newRow("mirrored") << with({{u"flipv"_s, true}}) << QSize(40, 30) << own;
         QTest::newRow("bordered") << with({{u"enableborder"_s, true}, {u"bordersize"_s, 1}}) << QSize(42, 32)
@@ -234,11 +234,13 @@ private Q_SLOTS:
         process(beside, png, CVHTMLMedia::kGIFFormat);
         QVERIFY(QFile::exists(beside.path(u"pic_1.png"_s)));
         // A file that is no picture is not touched by the format.
-        QVERIFY(processed(attached(u"a.zip", "zip"), CVHTMLMedia::kGIFFormat).markup.contains(u"pic_1.zip"_s));
+        QVERIFY(
+            processed(attached(u"a.zip", "zip"), CVHTMLMedia::kGIFFormat).markup.contains(u"pic_1.zip"_s));
     }
     void keepsWhatItEncoded()
     {
-        const QFTextAttachmentPtr attachment = ours(attached(u"a.png", fileOf(pictureOf(40, 30), "PNG"), kHalf));
+        const QFTextAttachmentPtr attachment =
+            ours(attached(u"a.png", fileOf(pictureOf(40, 30), "PNG"), kHalf));
         const Outcome first = processed(attachment);
         QCOMPARE(attachment->cachedImage(), contents(first.path(u"pic_1.png"_s)));
         attachment->setCachedImage("stands for the picture", CVHTMLMedia::kPNGFormat);
@@ -303,8 +305,8 @@ private Q_SLOTS:
             QCOMPARE(contents(outside), "mine");
         }
         Outcome escaping;
-        QTest::ignoreMessage(QtWarningMsg, qPrintable(u"Failed to write attachment to "_s +
-                                                      escaping.path(u"../pic_1.png"_s)));
+        QTest::ignoreMessage(
+            QtWarningMsg, qPrintable(u"Failed to write attachment to "_s + escaping.path(u"../pic_1.png"_s)));
         process(escaping, attached(u"a.png", fileOf(pictureOf(4, 3), "PNG")), CVHTMLMedia::kPNGFormat,
                 u"../pic"_s);
         QCOMPARE(escaping.markup, QString());
@@ -315,12 +317,12 @@ private Q_SLOTS:
         Outcome outcome;
         QVERIFY(QDir(outcome.folder->path()).mkdir(u"pic_1.jpg"_s));
         QTest::ignoreMessage(QtWarningMsg, "Failed to write image attachment 'pic_1.jpg' (21)");
-        QTest::ignoreMessage(QtWarningMsg, qPrintable(u"Failed to write attachment to "_s +
-                                                      outcome.path(u"pic_1.jpg"_s)));
+        QTest::ignoreMessage(QtWarningMsg,
+                             qPrintable(u"Failed to write attachment to "_s + outcome.path(u"pic_1.jpg"_s)));
         process(outcome, attached(u"a.tiff", fileOf(pictureOf(4, 3), "TIFF")));
         QCOMPARE(outcome.nextNumber, 2);
-        QTest::ignoreMessage(QtWarningMsg, qPrintable(u"Failed to write attachment to "_s +
-                                                      outcome.path(u"pic_2."_s)));
+        QTest::ignoreMessage(QtWarningMsg,
+                             qPrintable(u"Failed to write attachment to "_s + outcome.path(u"pic_2."_s)));
         process(outcome, std::make_shared<QFTextAttachment>());
         QCOMPARE(outcome.markup, QString());
     }
