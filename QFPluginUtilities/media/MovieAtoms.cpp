@@ -13,8 +13,7 @@ using namespace std::string_view_literals;
 constexpr int kDeepest = 12;
 constexpr int kMostAtoms = 1'000'000;
 constexpr qint64 kLargestTable = qint64(16) << 20;
-// Compressed a thousandfold at most, this is what memory has room for. Indexes are compressed to some
-// kilobytes.
+constexpr qint64 kMostCompression = 1032; // of the method; what comes out then fits into memory
 constexpr qint64 kLargestCompressedIndex = 128 << 10;
 constexpr quint64 kSharing = 4;             // tracks may share media
 constexpr quint64 kMostSamplesInAByte = 64; // of sound, compressed
@@ -174,10 +173,13 @@ void Walk::checkTrack()
 
 void Walk::compressedIndex(qint64 begin, qint64 end, int depth)
 {
-    require(end - begin <= kLargestCompressedIndex);
+    const QByteArray compressed = _bytes.bytes(begin, std::min(end - begin, kLargestCompressedIndex));
+    // Its length comes first.
+    require(compressed.size() == end - begin &&
+            number(compressed, 0) <= compressed.size() * kMostCompression);
     if (!_isPlausible)
         return;
-    const auto whole = MovieBytes::ofData(qUncompress(_bytes.bytes(begin, end - begin)));
+    const auto whole = MovieBytes::ofData(qUncompress(compressed));
     Walk walk(*whole, _mediaSize);
     walk.atoms(0, whole->size(), depth + 1);
     require(walk.isPlausible());
