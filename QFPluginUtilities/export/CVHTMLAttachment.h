@@ -20,8 +20,9 @@ struct CVHTMLAttachmentPlan
 };
 
 /// By stored name or number, extension, the format asked for (-1 for none) and the media attributes.
-[[nodiscard]] CVHTMLAttachmentPlan attachmentPlan(const NSTextAttachmentPtr &attachment, const QString &prefix,
-                                                  qint64 number, qint32 requestedFormat);
+[[nodiscard]] CVHTMLAttachmentPlan attachmentPlan(const NSTextAttachmentPtr &attachment,
+                                                  const QString &prefix, qint64 number,
+                                                  qint32 requestedFormat);
 
 /// Whether the media attributes change a picture's pixels: by turning, mirroring, shadow, border or size.
 /// Square crop, fill, clip and orientation do not count, as meant.

@@ -14,8 +14,8 @@ namespace {
 QString storedFileName(const QFTextAttachmentAttributes &attributes)
 {
     const QString name = lastPathComponent(attributes.fileName());
-    const bool isUsable = !name.isEmpty() && name != u"/" && name != u"." && name != u".." &&
-                          !name.contains(QChar::Null);
+    const bool isUsable =
+        !name.isEmpty() && name != u"/" && name != u"." && name != u".." && !name.contains(QChar::Null);
     return isUsable ? name : QString();
 }
 
@@ -56,8 +56,8 @@ QString CVHTMLAttachmentPlan::finalName() const
                : CVHTMLMedia::adjustImagePath(name, CVHTMLMedia::imageExtensionFromQTFormat(format));
 }
 
-CVHTMLAttachmentPlan attachmentPlan(const NSTextAttachmentPtr &attachment, const QString &prefix, qint64 number,
-                                    qint32 requestedFormat)
+CVHTMLAttachmentPlan attachmentPlan(const NSTextAttachmentPtr &attachment, const QString &prefix,
+                                    qint64 number, qint32 requestedFormat)
 {
     const auto media = std::dynamic_pointer_cast<QFTextAttachment>(attachment);
     const QVariantMap attributes = media ? media->mediaAttributes() : QVariantMap();

@@ -74,11 +74,9 @@ CVHTMLImageFile::Result CVHTMLImageFile::write()
         fail(u"attachmentName is nil"_s, {});
     }
     const auto media = std::dynamic_pointer_cast<QFTextAttachment>(_attachment);
-    if (media && !media->cachedImage().isEmpty() &&
-        media->cachedImageFormat().value_or(_format) == _format)
+    if (media && !media->cachedImage().isEmpty() && media->cachedImageFormat().value_or(_format) == _format)
         return writtenAtomically(media->cachedImage(), _path) ? Result::Written : Result::Failed;
-    const Result result =
-        _format == CVHTMLMedia::kGIFFormat ? exportAsGIF() : exportImage(_path, _format);
+    const Result result = _format == CVHTMLMedia::kGIFFormat ? exportAsGIF() : exportImage(_path, _format);
     if (media && result == Result::Written)
         media->setCachedImage(contents(_path), _format);
     return result;
@@ -160,7 +158,8 @@ bool CVHTMLImageFile::convertToGIF(const QString &pngPath) const
     const NSImagePtr image = NSImage::imageWithData(png);
     const QImage pixels = image ? image->bitmap() : QImage();
     if (pixels.isNull()) {
-        fail(formatted(u"Failed to create image representation from '%@'", {lastPathComponent(_path)}), _path);
+        fail(formatted(u"Failed to create image representation from '%@'", {lastPathComponent(_path)}),
+             _path);
         return false;
     }
     const QByteArray gif = ImageEncoder::encoded(pixels, ImageEncoder::FileType::GIF);

@@ -19,6 +19,8 @@ namespace {
 
 /// Rows and columns that a picture can have.
 constexpr int kLongestSide = 65'535;
+/// Rows of one mean for which weights of eight bits are fine enough.
+constexpr int kFewRows = 48;
 
 /// [begin, begin + length) as far as it lies within [0, limit); a pixel where nothing of it does.
 Line lineWithin(double begin, double length, double limit, int count)
@@ -39,6 +41,7 @@ bool isCopy(const Line &line)
 }
 
 /// Area means of rows. Where two means meet inside a row, each takes its part of it.
+template <typename Sum>
 class RowMeans
 {
 public:
@@ -52,8 +55,7 @@ public:
     bool addRow(int index, const uchar *bytes, qint16 *output)
     {
         if (index + 1 < _end) {
-            const quint32 weight = weightUpTo(index + 1);
-            ScalingKernels::addToMean(_sums.data(), bytes, weight, _components);
+            ScalingKernels::addToMean(_sums.data(), bytes, weightUpTo(index + 1), _components);
             return false;
         }
         const quint32 weight = kWhole - _given;
@@ -79,7 +81,7 @@ public:
     }
 
 private:
-    static constexpr quint32 kWhole = 1U << ScalingKernels::kMeanBits;
+    static constexpr quint32 kWhole = 1U << ScalingKernels::kMeanBits<Sum>;
 
     void setEnd() { _end = _mean + 1 >= _line.count ? _line.end : _line.begin + (_mean + 1) * _line.step(); }
 
@@ -95,7 +97,7 @@ private:
 
     Line _line;
     qsizetype _components;
-    std::vector<quint32> _sums;
+    std::vector<Sum> _sums;
     int _mean = 0;
     double _begin = _line.begin;
     double _end = 0;
@@ -266,7 +268,10 @@ struct RowScaler::Private
         columnsFirst = down.step() < 1;
         overColumns.emplace(across);
         if (down.beginsWithMeans()) {
-            means.emplace(down.means(), width * 4);
+            if (down.means().step() <= kFewRows)
+                meansOfFew.emplace(down.means(), width * 4);
+            else
+                meansOfMany.emplace(down.means(), width * 4);
             overRows.emplace(down.afterMeans(), width * 4);
         } else {
             overRows.emplace(down, columnsFirst ? across.count * 4 : width * 4);
@@ -287,7 +292,8 @@ struct RowScaler::Private
     bool hasFailed = false;
     bool copies = false;
     bool columnsFirst = false;
-    std::optional<RowMeans> means;
+    std::optional<RowMeans<quint16>> meansOfFew;
+    std::optional<RowMeans<quint32>> meansOfMany;
     std::optional<RowFilter> overRows;
     std::optional<ColumnFilter> overColumns;
     std::vector<qint16> widened;
@@ -313,10 +319,14 @@ void RowScaler::Private::addRow(const QRgb *pixels)
     } else if (columnsFirst) {
         ScalingKernels::widen(bytes, widened.data(), components);
         filterAcross(widened.data());
-    } else if (!means) {
+    } else if (meansOfFew) {
+        if (meansOfFew->addRow(index, bytes, overRows->nextRow()))
+            rowWritten();
+    } else if (meansOfMany) {
+        if (meansOfMany->addRow(index, bytes, overRows->nextRow()))
+            rowWritten();
+    } else {
         ScalingKernels::widen(bytes, overRows->nextRow(), components);
-        rowWritten();
-    } else if (means->addRow(index, bytes, overRows->nextRow())) {
         rowWritten();
     }
 }
@@ -366,7 +376,8 @@ void RowScaler::Private::extendDown()
     }
     if (columnsFirst)
         overColumns->flush([this](const qint16 *filtered) { takeFiltered(filtered); });
-    if (means && means->end(overRows->nextRow()))
+    if ((meansOfFew && meansOfFew->end(overRows->nextRow())) ||
+        (meansOfMany && meansOfMany->end(overRows->nextRow())))
         rowWritten();
     while (!overRows->isEmpty() && !overRows->isDone()) {
         overRows->repeatRow();

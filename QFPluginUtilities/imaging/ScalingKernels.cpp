@@ -12,21 +12,45 @@ QF_VECTORISED void widen(const uchar *bytes, qint16 *output, qsizetype count)
         output[i] = qint16(bytes[i] << kFractionBits);
 }
 
-QF_VECTORISED void addToMean(quint32 *sums, const uchar *bytes, quint32 weight, qsizetype count)
+template <typename Sum>
+static inline void add(Sum *__restrict sums, const uchar *__restrict bytes, Sum weight, qsizetype count)
 {
     for (qsizetype i = 0; i < count; ++i)
-        sums[i] += bytes[i] * weight;
+        sums[i] = Sum(sums[i] + bytes[i] * weight);
+}
+
+template <typename Sum>
+static inline void finish(Sum *__restrict sums, const uchar *__restrict bytes, Sum weight, Sum nextWeight,
+                          qint16 *__restrict output, qsizetype count)
+{
+    constexpr int shift = kMeanBits<Sum> - kFractionBits;
+    constexpr Sum half = Sum(1) << (shift - 1);
+    for (qsizetype i = 0; i < count; ++i) {
+        output[i] = qint16(Sum(sums[i] + bytes[i] * weight + half) >> shift);
+        sums[i] = Sum(bytes[i] * nextWeight);
+    }
+}
+
+QF_VECTORISED void addToMean(quint16 *sums, const uchar *bytes, quint32 weight, qsizetype count)
+{
+    add(sums, bytes, quint16(weight), count);
+}
+
+QF_VECTORISED void addToMean(quint32 *sums, const uchar *bytes, quint32 weight, qsizetype count)
+{
+    add(sums, bytes, weight, count);
+}
+
+QF_VECTORISED void finishMean(quint16 *sums, const uchar *bytes, quint32 weight, quint32 nextWeight,
+                              qint16 *output, qsizetype count)
+{
+    finish(sums, bytes, quint16(weight), quint16(nextWeight), output, count);
 }
 
 QF_VECTORISED void finishMean(quint32 *sums, const uchar *bytes, quint32 weight, quint32 nextWeight,
                               qint16 *output, qsizetype count)
 {
-    constexpr int shift = kMeanBits - kFractionBits;
-    for (qsizetype i = 0; i < count; ++i) {
-        const quint32 byte = bytes[i];
-        output[i] = qint16((sums[i] + byte * weight + (1U << (shift - 1))) >> shift);
-        sums[i] = byte * nextWeight;
-    }
+    finish(sums, bytes, weight, nextWeight, output, count);
 }
 
 /// Product of a component and a weight, rounded: the form that compilers know as one instruction.

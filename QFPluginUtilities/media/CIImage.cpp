@@ -39,8 +39,8 @@ NSRect intersection(const NSRect &a, const NSRect &b)
     return common.isEmpty() ? NSRect() : common;
 }
 
-/// As many pixels as the extent has, but from the origin on: the picture's edges are extended to where it does
-/// not reach.
+/// As many pixels as the extent has, but from the origin on: the picture's edges are extended to where it
+/// does not reach.
 QImage clampedFromOrigin(const CIImage &image)
 {
     const NSRect &extent = image.extent();

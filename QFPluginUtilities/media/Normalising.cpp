@@ -28,7 +28,8 @@ QByteArray normalisedJPEG(const NSFileWrapper &file, const QFTextAttachmentAttri
         return {};
     const NSSize size = displayedSize(attributes);
     const NSSize original{attributes.originalWidth(), attributes.originalHeight()};
-    const bool isShowable = size.width >= 1 && size.height >= 1 && Canvas::isPossible(size.width, size.height);
+    const bool isShowable =
+        size.width >= 1 && size.height >= 1 && Canvas::isPossible(size.width, size.height);
     if (size == original || !isShowable)
         return {};
     // The shorter side decides, so that a picture of the same proportions gets the displayed size.

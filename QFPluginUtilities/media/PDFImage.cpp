@@ -64,8 +64,8 @@ NSImagePtr PDFImage::imageWithData(const QByteArray &data)
     };
     const NSSize size{static_cast<float>(points.width()), static_cast<float>(points.height())};
     const QSize pixels(qCeil(points.width()), qCeil(points.height()));
-    return std::make_shared<NSImage>(
-        size, QList<NSImageRepPtr>{std::make_shared<NSCustomImageRep>(pixels, draw)});
+    return std::make_shared<NSImage>(size,
+                                     QList<NSImageRepPtr>{std::make_shared<NSCustomImageRep>(pixels, draw)});
 }
 
 NSImagePtr PDFImage::imageWithContentsOfFile(const QString &path)

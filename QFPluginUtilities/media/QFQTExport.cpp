@@ -70,7 +70,8 @@ float compressionFactor(qint32 quality)
 class WatchedImageRep : public NSImageRep
 {
 public:
-    explicit WatchedImageRep(NSImageRepPtr watched) : NSImageRep(watched->pixels()), _watched(std::move(watched))
+    explicit WatchedImageRep(NSImageRepPtr watched)
+        : NSImageRep(watched->pixels()), _watched(std::move(watched))
     {
     }
 
@@ -230,8 +231,7 @@ void QFQTExport::takeOrientation()
 
 qint32 QFQTExport::createExporter()
 {
-    const bool isKnown =
-        _format == kJPEG || fileType(_format) != ImageEncoder::FileType::JPEG;
+    const bool isKnown = _format == kJPEG || fileType(_format) != ImageEncoder::FileType::JPEG;
     _status = isKnown ? noErr : paramErr;
     return _status;
 }
@@ -259,10 +259,10 @@ QImage QFQTExport::resizedCGImage(const QImage &image, NSSize size) const
     picture = ImageOperations::turned(picture, _rotation, raster);
     const bool hasShadow = _shadowOffset != 0 || _shadowBlur != 0;
     const QColor shadowColour = qColor(_shadowColour).value_or(QColor(Qt::black));
-    const ImageOperations::Shadow shadow{{_shadowOffset, _shadowOffset},
-                                         _shadowBlur,
-                                         hasShadow ? shadowColour : QColor(Qt::transparent)};
-    picture = ImageOperations::withShadow(picture, {0, 0}, shadow, raster, ground.value_or(QColor(Qt::white)));
+    const ImageOperations::Shadow shadow{
+        {_shadowOffset, _shadowOffset}, _shadowBlur, hasShadow ? shadowColour : QColor(Qt::transparent)};
+    picture =
+        ImageOperations::withShadow(picture, {0, 0}, shadow, raster, ground.value_or(QColor(Qt::white)));
     if (picture.isNull())
         logFailure(qfMediaLog(), u"image"_s, u"Out of memory while scaling image"_s);
     return picture;

@@ -93,16 +93,16 @@ public:
     /// cannot be decoded, encoded or written, that is logged, the empty file stays, and the answer is 0 all
     /// the same.
     [[nodiscard]] qint32 exportImage();
-    /// Decodes and transforms the picture ahead of `exportImage`, which then only writes. False when it cannot
-    /// be decoded. All that counts for an export must be set before, but for the destination.
+    /// Decodes and transforms the picture ahead of `exportImage`, which then only writes. False when it
+    /// cannot be decoded. All that counts for an export must be set before, but for the destination.
     [[nodiscard]] bool prepare();
     /// 0 when files of the format can be written, else -50. JPEG stands in only for formats that an export
     /// does not know.
     [[nodiscard]] qint32 createExporter();
 
-    /// The raster at another size, on the fill colour or white, with this exporter's own flips, rotation, clip
-    /// and shadow. A turned picture that is not clipped gets the canvas of its bounding box. Null when there
-    /// is no memory for it, which is logged.
+    /// The raster at another size, on the fill colour or white, with this exporter's own flips, rotation,
+    /// clip and shadow. A turned picture that is not clipped gets the canvas of its bounding box. Null when
+    /// there is no memory for it, which is logged.
     [[nodiscard]] QImage resizedCGImage(const QImage &image, NSSize size) const;
 
     /// Description of the picture in a file; nothing, after logging, for what cannot be read as a picture.

@@ -139,10 +139,9 @@ void QFTextAttachment::attributesChanged()
     clearCachedImage();
     if (!_observer)
         return;
-    for (const QString &key :
-         {u"mediaAttributesWidth"_s, u"mediaAttributesHeight"_s, u"mediaAttributesLockRatios"_s,
-          u"mediaAttributesFlipHorizontally"_s, u"mediaAttributesFlipVertically"_s,
-          u"mediaAttributesFillColour"_s})
+    for (const QString &key : {u"mediaAttributesWidth"_s, u"mediaAttributesHeight"_s,
+                               u"mediaAttributesLockRatios"_s, u"mediaAttributesFlipHorizontally"_s,
+                               u"mediaAttributesFlipVertically"_s, u"mediaAttributesFillColour"_s})
         Q_EMIT _observer->valueChanged(key);
 }
 

@@ -23,7 +23,8 @@ Q_SIGNALS:
 };
 
 /// An image, movie or document embedded in styled text, with its media attributes: a map from lower-case keys
-/// such as "width", "lockratios" or "alttag" to numbers, strings and colours. Belongs to one thread at a time.
+/// such as "width", "lockratios" or "alttag" to numbers, strings and colours. Belongs to one thread at a
+/// time.
 class QF_EXPORT QFTextAttachment : public NSTextAttachment
 {
 public:

@@ -8,9 +8,9 @@
 #include <optional>
 
 /// Typed reading of a picture's media attributes. A view: the map must outlive it. Numbers are read by the
-/// rules of `Values.h`, sizes and angles as 32-bit floats; what is absent reads as 0, false or nil unless said
-/// otherwise, which differs on purpose from what a fresh attachment has. A value of the wrong kind under a
-/// string's or colour's key reads as nil.
+/// rules of `Values.h`, sizes and angles as 32-bit floats; what is absent reads as 0, false or nil unless
+/// said otherwise, which differs on purpose from what a fresh attachment has. A value of the wrong kind under
+/// a string's or colour's key reads as nil.
 class QF_EXPORT QFTextAttachmentAttributes
 {
 public:

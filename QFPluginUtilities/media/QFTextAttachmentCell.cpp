@@ -24,8 +24,9 @@ void drawSheet(const QRectF &frame, const QString &name, QPainter &painter)
     painter.drawRect(frame.adjusted(0.5, 0.5, -0.5, -0.5));
     const QRectF inside = frame.adjusted(6, 2, -6, -2);
     painter.setPen(Qt::black);
-    painter.drawText(inside, Qt::AlignLeft | Qt::AlignVCenter,
-                     painter.fontMetrics().elidedText(name, Qt::ElideMiddle, static_cast<int>(inside.width())));
+    painter.drawText(
+        inside, Qt::AlignLeft | Qt::AlignVCenter,
+        painter.fontMetrics().elidedText(name, Qt::ElideMiddle, static_cast<int>(inside.width())));
 }
 
 } // namespace

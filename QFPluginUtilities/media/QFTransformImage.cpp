@@ -53,8 +53,7 @@ QImage picture(const NSImage &image, const QFTextAttachmentAttributes &attribute
     if (attributes.square()) {
         const float side = std::min(original.width, original.height);
         drawn = CIImageConversion::ciImage(image).cropFromCentreToFitSize(side, side).pixels(target);
-    } else if (const NSImageRepPtr best =
-                   QFTransformImage::bestRepresentationForRect(image, base.drawing)) {
+    } else if (const NSImageRepPtr best = QFTransformImage::bestRepresentationForRect(image, base.drawing)) {
         drawn = best->drawn(allOf(best->pixels()), target);
     }
     const bool flipsHorizontally = attributes.flipHorizontally();
@@ -135,8 +134,8 @@ NSImagePtr imageOf(const Stage &stage)
 {
     if (stage.raster.isNull())
         return std::make_shared<NSImage>();
-    return std::make_shared<NSImage>(
-        stage.size, QList<NSImageRepPtr>{std::make_shared<NSBitmapImageRep>(stage.raster)});
+    return std::make_shared<NSImage>(stage.size,
+                                     QList<NSImageRepPtr>{std::make_shared<NSBitmapImageRep>(stage.raster)});
 }
 
 NSImagePtr transformed(const NSImage &image, const QVariantMap &given, NSSize original)

@@ -17,8 +17,8 @@ namespace QFTransformImage {
 [[nodiscard]] QF_EXPORT NSImagePtr transformImageUsingAttributes(const NSImagePtr &image,
                                                                  const QVariantMap &attributes);
 /// For the screen. A picture without size makes the empty image.
-[[nodiscard]] QF_EXPORT NSImagePtr transformImageUsingAttributesAndScreenResolution(
-    const NSImagePtr &image, const QVariantMap &attributes);
+[[nodiscard]] QF_EXPORT NSImagePtr
+transformImageUsingAttributesAndScreenResolution(const NSImagePtr &image, const QVariantMap &attributes);
 /// As if the picture were of another size, in points.
 [[nodiscard]] QF_EXPORT NSImagePtr transformImageUsingAttributes(const NSImagePtr &image,
                                                                  const QVariantMap &attributes,

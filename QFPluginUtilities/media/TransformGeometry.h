@@ -17,8 +17,8 @@ namespace TransformGeometry {
 /// First canvas: the sized picture inside its border.
 struct Base
 {
-    NSSize size;   ///< of the canvas
-    float border;  ///< whole points; 0 for none
+    NSSize size;    ///< of the canvas
+    float border;   ///< whole points; 0 for none
     NSRect drawing; ///< where the picture goes; integral
     NSRect canvas;  ///< the canvas made integral
 };

@@ -15,8 +15,8 @@ class QObject;
 class QPainter;
 using NSTextAttachmentCellPtr = std::shared_ptr<NSTextAttachmentCell>;
 
-/// Lays out and draws an embedded file in a text view. This one takes no room and draws nothing. Frames are in
-/// points, with y growing as the painter's does.
+/// Lays out and draws an embedded file in a text view. This one takes no room and draws nothing. Frames are
+/// in points, with y growing as the painter's does.
 class QF_EXPORT NSTextAttachmentCell
 {
 public:

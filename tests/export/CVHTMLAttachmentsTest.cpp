@@ -3,10 +3,13 @@
 #include "media/QFTextAttachment.h"
 #include "platform/QFReport.h"
 #include "tests/export/Styled.h"
+#include "tests/media/MovieMaker.h"
+#include "tests/media/Pictures.h"
 
 #include <QDir>
 #include <QFile>
 #include <QImage>
+#include <QImageReader>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -26,6 +29,13 @@ StyledPiece piece(const NSTextAttachmentPtr &attachment)
     return {u"\uFFFC", {{NSAttachmentAttributeName, QVariant::fromValue(attachment)}}};
 }
 
+QFTextAttachmentPtr ours(const NSTextAttachmentPtr &attachment)
+{
+    return std::static_pointer_cast<QFTextAttachment>(attachment);
+}
+
+const QVariantMap kHalf{{u"lockratios"_s, true}, {u"scale"_s, 0.5F}};
+
 QByteArray contents(const QString &path)
 {
     QFile file(path);
@@ -43,6 +53,38 @@ class CVHTMLAttachmentsTest : public QObject
     QString exported(const NSAttributedString &text) const
     {
         return CVHTML().exportAttributedString(text, _folder.path(), u"pic"_s);
+    }
+
+    /// One attachment, in a fresh folder of its own.
+    struct Outcome
+    {
+        QString markup;
+        qint64 nextNumber = 1;
+        std::unique_ptr<QTemporaryDir> folder = std::make_unique<QTemporaryDir>();
+
+        [[nodiscard]] QString path(const QString &name) const { return folder->filePath(name); }
+        [[nodiscard]] QImage image(const QString &name) const
+        {
+            QImageReader reader(path(name));
+            reader.setDecideFormatFromContent(true);
+            return reader.read().convertToFormat(QImage::Format_RGB32);
+        }
+        [[nodiscard]] QByteArray format(const QString &name) const
+        {
+            return QImageReader::imageFormat(path(name));
+        }
+    };
+    static void process(Outcome &outcome, const NSTextAttachmentPtr &attachment,
+                        qint32 format = CVHTMLMedia::kNoFormat, const QString &prefix = u"pic"_s)
+    {
+        CVHTML().processAttachment(attachment, prefix, outcome.nextNumber, outcome.folder->path(), u"files"_s,
+                                   format, CVHTMLMedia::kHighQuality, outcome.markup);
+    }
+    static Outcome processed(const NSTextAttachmentPtr &attachment, qint32 format = CVHTMLMedia::kNoFormat)
+    {
+        Outcome outcome;
+        process(outcome, attachment, format);
+        return outcome;
     }
 
 private Q_SLOTS:
@@ -121,6 +163,185 @@ private Q_SLOTS:
             "<img class=\"imageStyle\" alt=\"broken\" src=\"files/pic_3.png\"/>"
             "<img class=\"imageStyle\" alt=\"named\" src=\"files/tree\" width=\"40\" height=\"30\"/>"
             "<a href=\"files/tree.zip\">no</a>"_s);
+    }
+    void encodesWhatBrowsersCannotShow()
+    {
+        const Outcome tiff = processed(attached(u"Photo.TIFF", fileOf(pictureOf(40, 30), "TIFF")));
+        QCOMPARE(tiff.markup, u"<img class=\"imageStyle\" alt=\"Photo\" src=\"files/pic_1.jpg\" "
+                              "width=\"40\" height=\"30\"/>"_s);
+        QCOMPARE(tiff.format(u"pic_1.jpg"_s), "jpeg");
+        QVERIFY(!QFile::exists(tiff.path(u"pic_1.tiff"_s)));
+        // A stored name is an image's in any case of letters, but made a JPEG's in lower case only.
+        const Outcome stored =
+            processed(attached(u"a.tiff", fileOf(pictureOf(40, 30), "TIFF"),
+                               {{u"filename"_s, u"scan.TIFF"_s}, {u"lockratios"_s, true}}));
+        QCOMPARE(stored.format(u"scan.TIFF"_s), "tiff");
+    }
+    void encodesWhatIsTransformed_data()
+    {
+        QTest::addColumn<QVariantMap>("attributes");
+        QTest::addColumn<QSize>("size"); // of the file; empty for one that is copied
+        QTest::addColumn<QString>("markupSize");
+        const QVariantMap locked{{u"lockratios"_s, true}};
+        const auto with = [&](const QVariantMap &more) {
+            QVariantMap map = locked;
+            map.insert(more);
+            return map;
+        };
+        const QString own = u"width=\"40\" height=\"30\""_s;
+        QTest::newRow("in its own size") << locked << QSize() << own;
+        QTest::newRow("scaled") << kHalf << QSize(20, 15) << u"width=\"20\" height=\"15\""_s;
+        // What the attributes say about the size stands in the markup, whatever the file's size.
+        QTest::newRow("scaled, with sizes") << with({{u"scale"_s, 0.5F}, {u"width"_s, 9.9F}}) << QSize(20, 15)
+                                            << u"width=\"9\" height=\"15\""_s;
+        QTest::newRow("turned, with sizes") << with({{u"rotation"_s, 90}, {u"width"_s, 9}, {u"height"_s, 0}})
+                                            << QSize(30, 40) << u"width=\"30\" height=\"40\""_s;
+        QTest::newRow("without a size") << with({{u"width"_s, 0}}) << QSize() << QString();
+        QTest::newRow("mirrored") << with({{u"flipv"_s, true}}) << QSize(40, 30) << own;
+        QTest::newRow("bordered") << with({{u"enableborder"_s, true}, {u"bordersize"_s, 1}}) << QSize(42, 32)
+                                  << u"width=\"42\" height=\"32\""_s;
+        // Neither cropping nor a ground counts by itself.
+        QTest::newRow("square") << with({{u"square"_s, true}}) << QSize() << own;
+        // Without a stored size, 0 differs from the original one.
+        QTest::newRow("not locked") << QVariantMap{{u"originalwidth"_s, 40}} << QSize(40, 30) << own;
+        QTest::newRow("not locked, no size at all") << QVariantMap() << QSize() << own;
+    }
+    void encodesWhatIsTransformed()
+    {
+        QFETCH(const QVariantMap, attributes);
+        QFETCH(const QSize, size);
+        QFETCH(const QString, markupSize);
+        const QByteArray png = fileOf(pictureOf(40, 30), "PNG");
+        const Outcome outcome = processed(attached(u"a.png", png, attributes));
+        QVERIFY2(markupSize.isEmpty() ? !outcome.markup.contains(u"width"_s)
+                                      : outcome.markup.contains(markupSize),
+                 qPrintable(outcome.markup));
+        QCOMPARE(contents(outcome.path(u"pic_1.png"_s)) == png, size.isEmpty());
+        QCOMPARE(outcome.image(u"pic_1.png"_s).size(), size.isEmpty() ? QSize(40, 30) : size);
+    }
+    void encodesInTheFormatAskedFor()
+    {
+        const NSTextAttachmentPtr png = attached(u"a.png", fileOf(pictureOf(40, 30), "PNG"));
+        QCOMPARE(processed(png, CVHTMLMedia::kJPEGFormat).format(u"pic_1.jpg"_s), "jpeg");
+        Outcome gif = processed(png, CVHTMLMedia::kGIFFormat);
+        QVERIFY(gif.markup.contains(u"src=\"files/pic_1.gif\" width=\"40\""_s));
+        QCOMPARE(gif.format(u"pic_1.gif"_s), "gif");
+        QVERIFY(!QFile::exists(gif.path(u"pic_1.png"_s))); // what it was made from
+        // ... unless there was one before.
+        Outcome beside;
+        QVERIFY(pictureOf(2, 2).save(beside.path(u"pic_1.png"_s)));
+        ours(png)->clearCachedImage();
+        process(beside, png, CVHTMLMedia::kGIFFormat);
+        QVERIFY(QFile::exists(beside.path(u"pic_1.png"_s)));
+        // A file that is no picture is not touched by the format.
+        QVERIFY(
+            processed(attached(u"a.zip", "zip"), CVHTMLMedia::kGIFFormat).markup.contains(u"pic_1.zip"_s));
+    }
+    void keepsWhatItEncoded()
+    {
+        const QFTextAttachmentPtr attachment =
+            ours(attached(u"a.png", fileOf(pictureOf(40, 30), "PNG"), kHalf));
+        const Outcome first = processed(attachment);
+        QCOMPARE(attachment->cachedImage(), contents(first.path(u"pic_1.png"_s)));
+        attachment->setCachedImage("stands for the picture", CVHTMLMedia::kPNGFormat);
+        QCOMPARE(contents(processed(attachment).path(u"pic_1.png"_s)), "stands for the picture");
+        // Another format is encoded afresh, and so is what has been changed since.
+        QCOMPARE(processed(attachment, CVHTMLMedia::kJPEGFormat).format(u"pic_1.jpg"_s), "jpeg");
+        attachment->setCachedImage("old", CVHTMLMedia::kPNGFormat);
+        attachment->setMediaAttribute(u"scale"_s, 0.25F);
+        QCOMPARE(processed(attachment).image(u"pic_1.png"_s).width(), 10);
+        // Bytes of unknown format are taken as they are.
+        attachment->setCachedImage("anything");
+        QCOMPARE(contents(processed(attachment, CVHTMLMedia::kGIFFormat).path(u"pic_1.gif"_s)), "anything");
+    }
+    void refusesWhatHoldsNoPicture()
+    {
+        const QByteArray jpeg = fileOf(pictureOf(400, 300), "JPEG");
+        const NSFileWrapperPtr folder = NSFileWrapper::directoryWithFileWrappers({});
+        folder->setPreferredFilename(u"a.tiff"_s);
+        const NSFileWrapperPtr dangling = NSFileWrapper::symbolicLinkWithDestination(u"/no/such/file"_s);
+        dangling->setPreferredFilename(u"a.tiff"_s);
+        const QByteArray unreadable = "Could not read the image data from the attachment";
+        const QList<std::pair<NSTextAttachmentPtr, QByteArray>> attachments{
+            {attached(u"a.tiff", "no picture"), unreadable},
+            {attached(u"a.jpg", jpeg.left(jpeg.size() / 2), kHalf), unreadable},
+            {std::make_shared<NSTextAttachment>(dangling), unreadable},
+            {std::make_shared<NSTextAttachment>(folder),
+             "Don't know how to deal with directory wrappers when exporting an image"}};
+        for (const auto &[attachment, message] : attachments) {
+            Outcome outcome;
+            QFile there(outcome.path(u"pic_1.jpg"_s));
+            QVERIFY(there.open(QIODevice::WriteOnly) && there.write("there") > 0);
+            there.close();
+            QTest::ignoreMessage(QtWarningMsg, message.constData());
+            process(outcome, attachment);
+            QCOMPARE(outcome.markup, QString());
+            QCOMPARE(outcome.nextNumber, 1);
+            QCOMPARE(contents(there.fileName()), "there");
+        }
+    }
+    void readsThroughLinks()
+    {
+        const QString path = _folder.filePath(u"linked.png"_s);
+        QVERIFY(pictureOf(40, 30).save(path));
+        const NSFileWrapperPtr link = NSFileWrapper::symbolicLinkWithDestination(path);
+        link->setPreferredFilename(u"a.png"_s);
+        const Outcome outcome = processed(std::make_shared<QFTextAttachment>(link, kHalf));
+        QCOMPARE(outcome.image(u"pic_1.png"_s).size(), QSize(20, 15));
+    }
+    void staysInsideTheFolder()
+    {
+        // A link in the way is replaced; what it leads to stays.
+        const QString outside = _folder.filePath(u"outside"_s);
+        QFile file(outside);
+        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("mine") > 0);
+        file.close();
+        for (const qint32 format : {CVHTMLMedia::kPNGFormat, CVHTMLMedia::kGIFFormat}) {
+            Outcome outcome;
+            QVERIFY(QFile::link(outside, outcome.path(u"pic_1.png"_s)));
+            QVERIFY(QFile::link(outside, outcome.path(u"pic_1.gif"_s)));
+            process(outcome, attached(u"a.png", fileOf(pictureOf(4, 3), "PNG")), format);
+            QVERIFY(!outcome.markup.isEmpty());
+            QCOMPARE(contents(outside), "mine");
+        }
+        Outcome escaping;
+        QTest::ignoreMessage(
+            QtWarningMsg, qPrintable(u"Failed to write attachment to "_s + escaping.path(u"../pic_1.png"_s)));
+        process(escaping, attached(u"a.png", fileOf(pictureOf(4, 3), "PNG")), CVHTMLMedia::kPNGFormat,
+                u"../pic"_s);
+        QCOMPARE(escaping.markup, QString());
+        QCOMPARE(escaping.nextNumber, 2);
+    }
+    void tellsWhatItCouldNotWrite()
+    {
+        Outcome outcome;
+        QVERIFY(QDir(outcome.folder->path()).mkdir(u"pic_1.jpg"_s));
+        QTest::ignoreMessage(QtWarningMsg, "Failed to write image attachment 'pic_1.jpg' (21)");
+        QTest::ignoreMessage(QtWarningMsg,
+                             qPrintable(u"Failed to write attachment to "_s + outcome.path(u"pic_1.jpg"_s)));
+        process(outcome, attached(u"a.tiff", fileOf(pictureOf(4, 3), "TIFF")));
+        QCOMPARE(outcome.nextNumber, 2);
+        QTest::ignoreMessage(QtWarningMsg,
+                             qPrintable(u"Failed to write attachment to "_s + outcome.path(u"pic_2."_s)));
+        process(outcome, std::make_shared<QFTextAttachment>());
+        QCOMPARE(outcome.markup, QString());
+    }
+    void showsMovies()
+    {
+        const QString path = _folder.filePath(u"movie.mov"_s);
+        QVERIFY(MovieMaker().write(path));
+        const Outcome outcome = processed(attached(u"My movie.MOV", contents(path)));
+        QCOMPARE(outcome.markup,
+                 u"<!-- Movie code starts !--><div class=\"movie-frame\"><script type=\"text/javascript\">"
+                 "QT_WriteOBJECT_XHTML('files/pic_1.mov', '96', '80', '', 'autoplay', 'false' );</script>"
+                 "</div><!-- Movie code ends !-->"_s);
+        Outcome broken;
+        QTest::ignoreMessage(QtWarningMsg, qPrintable(u"Couldn't determine dimensions of movie at "_s +
+                                                      broken.path(u"pic_1.mov"_s)));
+        process(broken, attached(u"a.mov", "no movie"));
+        QCOMPARE(broken.markup, QString());
+        QCOMPARE(broken.nextNumber, 2);
+        QVERIFY(QFile::exists(broken.path(u"pic_1.mov"_s)));
     }
 };
 

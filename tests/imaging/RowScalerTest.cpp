@@ -26,7 +26,7 @@ double lanczosAlong(const std::function<double(int)> &at, int length, double beg
                     int i)
 {
     const double step = (end - begin) / count;
-    const double stretch = std::max(1.0, step);
+    const double stretch = step > 1 ? step * 1.015 : 1;
     const double centre = begin + (i + 0.5) * step - 0.5;
     const auto sinc = [](double x) { return x == 0 ? 1 : std::sin(M_PI * x) / (M_PI * x); };
     double sum = 0;

@@ -13,7 +13,8 @@ inline QImage pictureOf(int width, int height)
     QImage image(width, height, QImage::Format_RGB32);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x)
-            image.setPixel(x, y, qRgb(x * 255 / std::max(width - 1, 1), y * 255 / std::max(height - 1, 1), 60));
+            image.setPixel(x, y,
+                           qRgb(x * 255 / std::max(width - 1, 1), y * 255 / std::max(height - 1, 1), 60));
     }
     return image;
 }

@@ -59,9 +59,9 @@ private Q_SLOTS:
         QTest::addColumn<QVariantMap>("attributes");
         QTest::addColumn<float>("x");
         QTest::addColumn<QSizeF>("size");
-        const QVariantMap locked{{u"lockratios"_s, true},     {u"scale"_s, 0.5F},    {u"clip"_s, true},
-                                 {u"originalwidth"_s, 101},   {u"originalheight"_s, 50},
-                                 {u"shadowoffset"_s, 5},      {u"shadowblur"_s, 5}, {u"bordersize"_s, 2.4F}};
+        const QVariantMap locked{{u"lockratios"_s, true},   {u"scale"_s, 0.5F},        {u"clip"_s, true},
+                                 {u"originalwidth"_s, 101}, {u"originalheight"_s, 50}, {u"shadowoffset"_s, 5},
+                                 {u"shadowblur"_s, 5},      {u"bordersize"_s, 2.4F}};
         const auto with = [&](const QVariantMap &more) {
             QVariantMap map = locked;
             map.insert(more);

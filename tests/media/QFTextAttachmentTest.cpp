@@ -233,10 +233,8 @@ void QFTextAttachmentTest::normalises()
 
 void QFTextAttachmentTest::leavesOtherFilesAlone()
 {
-    const QVariantMap half{{u"lockratios"_s, true},
-                           {u"scale"_s, 0.5F},
-                           {u"originalwidth"_s, 80},
-                           {u"originalheight"_s, 60}};
+    const QVariantMap half{
+        {u"lockratios"_s, true}, {u"scale"_s, 0.5F}, {u"originalwidth"_s, 80}, {u"originalheight"_s, 60}};
     const QByteArray png = fileOf(pictureOf(80, 60), "PNG");
     const auto file = [](const QByteArray &bytes, const QString &name) {
         const NSFileWrapperPtr wrapper = NSFileWrapper::regularFileWithContents(bytes);

@@ -49,10 +49,11 @@ private Q_SLOTS:
         const QFTextAttachmentAttributes absent(none);
         QVERIFY(!absent.clip() && !absent.fillColour() && absent.altTag().isNull());
         QCOMPARE(absent.scale(), 1.0F);
-        const QVariantMap map{{u"scale"_s, 0},          {u"bordersize"_s, 3}, {u"borderoffset"_s, 9},
-                              {u"width"_s, 0},          {u"originalwidth"_s, 640}, {u"height"_s, -5},
-                              {u"originalheight"_s, 9}, {u"alttag"_s, 7},     {u"fillcolour"_s, u"white"_s},
-                              {u"clip"_s, u"YES"_s}};
+        const QVariantMap map{
+            {u"scale"_s, 0},          {u"bordersize"_s, 3},      {u"borderoffset"_s, 9},
+            {u"width"_s, 0},          {u"originalwidth"_s, 640}, {u"height"_s, -5},
+            {u"originalheight"_s, 9}, {u"alttag"_s, 7},          {u"fillcolour"_s, u"white"_s},
+            {u"clip"_s, u"YES"_s}};
         const QFTextAttachmentAttributes given(map);
         QCOMPARE(given.scale(), 0.0F);
         QCOMPARE(given.borderOffset(), 3.0F);
@@ -91,28 +92,29 @@ private Q_SLOTS:
             << QVariantMap{{u"lockratios"_s, true}, {u"scale"_s, 0.33F}} << QSize(300, 300) << QSize(99, 99);
         QTest::newRow("width alone") << QVariantMap{{u"width"_s, 100}} << wide << QSize(100, 300);
         QTest::newRow("square") << QVariantMap{{u"square"_s, true}} << wide << QSize(300, 300);
-        QTest::newRow("square, then not") << QVariantMap{{u"square"_s, true}, {u"width"_s, 50}} << wide
-                                          << QSize(50, 300);
-        QTest::newRow("border rounded up")
-            << QVariantMap{{u"enableborder"_s, true}, {u"bordersize"_s, 2.4}} << QSize(100, 100)
-            << QSize(106, 106);
-        QTest::newRow("border alone is left of nothing")
-            << QVariantMap{{u"lockratios"_s, true}, {u"scale"_s, 0}, {u"enableborder"_s, true},
-                           {u"bordersize"_s, 2}}
-            << wide << QSize(4, 4);
-        QTest::newRow("shadow")
-            << QVariantMap{{u"enableshadow"_s, true}, {u"shadowoffset"_s, 5}, {u"shadowblur"_s, 5}}
-            << QSize(100, 100) << QSize(108, 108);
+        QTest::newRow("square, then not")
+            << QVariantMap{{u"square"_s, true}, {u"width"_s, 50}} << wide << QSize(50, 300);
+        QTest::newRow("border rounded up") << QVariantMap{{u"enableborder"_s, true}, {u"bordersize"_s, 2.4}}
+                                           << QSize(100, 100) << QSize(106, 106);
+        QTest::newRow("border alone is left of nothing") << QVariantMap{{u"lockratios"_s, true},
+                                                                        {u"scale"_s, 0},
+                                                                        {u"enableborder"_s, true},
+                                                                        {u"bordersize"_s, 2}}
+                                                         << wide << QSize(4, 4);
+        QTest::newRow("shadow") << QVariantMap{{u"enableshadow"_s, true},
+                                               {u"shadowoffset"_s, 5},
+                                               {u"shadowblur"_s, 5}}
+                                << QSize(100, 100) << QSize(108, 108);
         QTest::newRow("shadow to the upper left")
             << QVariantMap{{u"enableshadow"_s, true}, {u"shadowoffset"_s, -6.5}, {u"shadowblur"_s, 4}}
             << QSize(100, 100) << QSize(96, 96);
         QTest::newRow("turned") << QVariantMap{{u"rotation"_s, 90}} << QSize(200, 100) << QSize(100, 200);
-        QTest::newRow("turned and clipped") << QVariantMap{{u"rotation"_s, 90}, {u"clip"_s, true}}
-                                            << QSize(200, 100) << QSize(200, 100);
-        QTest::newRow("turned in full") << QVariantMap{{u"rotation"_s, 360}, {u"width"_s, 100.5}}
-                                        << QSize(200, 100) << QSize(101, 100);
-        QTest::newRow("turned by 45") << QVariantMap{{u"rotation"_s, -45}} << QSize(100, 100)
-                                      << QSize(142, 142);
+        QTest::newRow("turned and clipped")
+            << QVariantMap{{u"rotation"_s, 90}, {u"clip"_s, true}} << QSize(200, 100) << QSize(200, 100);
+        QTest::newRow("turned in full")
+            << QVariantMap{{u"rotation"_s, 360}, {u"width"_s, 100.5}} << QSize(200, 100) << QSize(101, 100);
+        QTest::newRow("turned by 45")
+            << QVariantMap{{u"rotation"_s, -45}} << QSize(100, 100) << QSize(142, 142);
         const QVariantMap sized{{u"width"_s, 300}, {u"height"_s, 200}};
         const auto oriented = [&](int code) {
             QVariantMap map = sized;
@@ -129,11 +131,11 @@ private Q_SLOTS:
         QTest::newRow("the camera's turn replaces the user's")
             << QVariantMap{{u"orientation"_s, 3}, {u"rotation"_s, 45}} << wide << wide;
         for (const float odd : {0.0F, -3.0F, kNaN, kInfinity, 1e9F}) {
-            QTest::addRow("scale %g", odd) << QVariantMap{{u"lockratios"_s, true}, {u"scale"_s, odd}} << wide
-                                           << QSize(0, 0);
+            QTest::addRow("scale %g", odd)
+                << QVariantMap{{u"lockratios"_s, true}, {u"scale"_s, odd}} << wide << QSize(0, 0);
         }
-        QTest::newRow("no number as a border") << QVariantMap{{u"enableborder"_s, true}, {u"bordersize"_s, kNaN}}
-                                               << wide << wide;
+        QTest::newRow("no number as a border")
+            << QVariantMap{{u"enableborder"_s, true}, {u"bordersize"_s, kNaN}} << wide << wide;
         QTest::newRow("huge border") << QVariantMap{{u"enableborder"_s, true}, {u"bordersize"_s, 1e9}} << wide
                                      << QSize(0, 0);
         QTest::newRow("huge blur") << QVariantMap{{u"enableshadow"_s, true}, {u"shadowblur"_s, 1e6}} << wide
@@ -141,8 +143,8 @@ private Q_SLOTS:
         QTest::newRow("no number as an angle") << QVariantMap{{u"rotation"_s, kNaN}} << wide << QSize(0, 0);
         QTest::newRow("no number as an angle, clipped")
             << QVariantMap{{u"rotation"_s, kNaN}, {u"clip"_s, true}} << wide << wide;
-        QTest::newRow("too many pixels") << QVariantMap{{u"width"_s, 30000}, {u"height"_s, 30000}} << wide
-                                         << QSize(0, 0);
+        QTest::newRow("too many pixels")
+            << QVariantMap{{u"width"_s, 30000}, {u"height"_s, 30000}} << wide << QSize(0, 0);
     }
     void sizesTheCanvas()
     {
@@ -204,7 +206,8 @@ private Q_SLOTS:
         QCOMPARE(difference(open.copy(0, 0, 100, 100), image), 0);
         QCOMPARE(qAlpha(open.pixel(107, 0)), 0);
         const QRgb shade = open.pixel(101, 60);
-        QVERIFY2(qAlpha(shade) > 200 && qBlue(shade) > 250 && qRed(shade) == 0, qPrintable(QString::number(shade, 16)));
+        QVERIFY2(qAlpha(shade) > 200 && qBlue(shade) > 250 && qRed(shade) == 0,
+                 qPrintable(QString::number(shade, 16)));
 
         attributes.insert(u"fillcolour"_s, colour(1, 1, 0));
         attributes.insert(u"rotation"_s, 20);
@@ -255,8 +258,9 @@ private Q_SLOTS:
     void runsOnSeveralThreads()
     {
         const NSImagePtr image = NSImage::imageWithData(fileOf(pictureOf(300, 200), "JPEG"));
-        const QVariantMap attributes{{u"lockratios"_s, true},   {u"scale"_s, 0.3F},  {u"rotation"_s, 7},
-                                     {u"enableshadow"_s, true}, {u"shadowblur"_s, 4}, {u"enableborder"_s, true},
+        const QVariantMap attributes{{u"lockratios"_s, true}, {u"scale"_s, 0.3F},
+                                     {u"rotation"_s, 7},      {u"enableshadow"_s, true},
+                                     {u"shadowblur"_s, 4},    {u"enableborder"_s, true},
                                      {u"bordersize"_s, 2}};
         const QImage expected = QFTransformImage::transformImageUsingAttributes(image, attributes)->bitmap();
         std::atomic<int> wrong = 0;

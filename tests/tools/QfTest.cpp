@@ -72,6 +72,7 @@ private Q_SLOTS:
     void writesToPipesWithoutReplacingThem();
     void convertsThereAndBack();
     void readsLongPipes();
+    void transformsPictures();
     void tellsMetadata();
     void tellsAndFlattensMovies();
     void matchesGoldenFiles_data();
@@ -90,7 +91,8 @@ void QfTest::exitsAsTold_data()
     row({u"--version"_s}, 0, "qf ");
     row({u"--help"_s}, 0, "Usage: qf COMMAND");
     row({u"nothing"_s}, 2, "qf: there is no command \"nothing\"");
-    for (const QString &command : {u"export"_s, u"convert"_s, u"metadata"_s, u"movie"_s, u"text"_s})
+    for (const QString &command :
+         {u"export"_s, u"convert"_s, u"image"_s, u"metadata"_s, u"movie"_s, u"text"_s})
         row({command, u"--help"_s}, 0, "Usage: qf ");
     row({u"export"_s}, 2, "qf: one document is needed");
     row({u"export"_s, u"--nonsense"_s, u"-"_s}, 2, "qf: Unknown option 'nonsense'.");
@@ -104,6 +106,10 @@ void QfTest::exitsAsTold_data()
     row({u"convert"_s, u"-"_s, u"-"_s, u"--report"_s, u"-"_s}, 2, "qf: --report - needs an output");
     row({u"convert"_s, u"-"_s, u"o"_s, u"--json"_s, u"--report"_s, u"-"_s}, 2, "qf: --json and --report");
     row({u"convert"_s, u"-"_s}, 2, "qf: a document and an output are needed");
+    row({u"image"_s, u"-"_s}, 2, "qf: two files are needed");
+    row({u"image"_s, u"/none.jpg"_s, u"/tmp"_s}, 1, "{\"height\":0,\"status\":-50,\"width\":0}");
+    row({u"image"_s, u"-"_s, u"o"_s, u"--width"_s, u"wide"_s}, 2, "qf: --width, --height and --quality");
+    row({u"image"_s, u"-"_s, u"o"_s, u"--attributes"_s, u"[]"_s}, 2, "qf: --attributes is neither");
     row({u"metadata"_s}, 2, "qf: one file is needed; see qf metadata");
     row({u"metadata"_s, u"/none.jpg"_s}, 1, "qf: /none.jpg: No such file");
     row({u"metadata"_s, u"/"_s}, 1, "qf: /: is no picture");
@@ -266,6 +272,25 @@ void QfTest::readsLongPipes()
     const QByteArray text(3000000, 'a');
     QCOMPARE(qf({u"export"_s, u"-"_s}, text).output, text);
     QCOMPARE(qf({u"text"_s, u"escape-xml"_s}, text).output, text);
+}
+
+void QfTest::transformsPictures()
+{
+    const QTemporaryDir folder;
+    QVERIFY(QImage(400, 200, QImage::Format_RGB32).save(folder.filePath(u"a.png"_s)));
+    const auto printed = [&](const QStringList &options) {
+        return qf(QStringList{u"image"_s, u"-"_s, u"out.gif"_s} + options,
+                  contents(folder.filePath(u"a.png"_s)), folder.path())
+            .output;
+    };
+    QCOMPARE(printed({}), QByteArray("{\"height\":200,\"status\":0,\"width\":400}\n"));
+    QCOMPARE(printed({u"--width"_s, u"100"_s}), QByteArray("{\"height\":50,\"status\":0,\"width\":100}\n"));
+    QCOMPARE(printed({u"--square"_s}), QByteArray("{\"height\":200,\"status\":0,\"width\":200}\n"));
+    QCOMPARE(printed({u"--attributes"_s, u"{\"rotation\": 90}"_s}),
+             QByteArray("{\"height\":400,\"status\":0,\"width\":200}\n"));
+    QCOMPARE(contents(folder.filePath(u"out.gif"_s)).left(4), QByteArray("GIF8"));
+    QVERIFY(!printed({u"--format"_s, u"BMPf"_s}).isEmpty());
+    QCOMPARE(contents(folder.filePath(u"out.gif"_s)).left(2), QByteArray("BM"));
 }
 
 void QfTest::tellsMetadata()

@@ -16,6 +16,7 @@ constexpr const char *kHelp = R"(Usage: qf COMMAND [arguments]
 
   export     styled text, archives, HTML and Markdown as a page's HTML
   convert    between styled-text JSON and archives, and from HTML and Markdown
+  image      scale, convert and transform a picture
   metadata   what a picture's file says about it
   movie      the size of a movie; flatten it so that it plays while it loads
   text       escape and encode text
@@ -29,8 +30,9 @@ struct Command
     int (*run)(const QStringList &arguments);
 };
 
-constexpr std::array<Command, 5> kCommands{{{u"export", runExport},
+constexpr std::array<Command, 6> kCommands{{{u"export", runExport},
                                             {u"convert", runConvert},
+                                            {u"image", runImage},
                                             {u"metadata", runMetadata},
                                             {u"movie", runMovie},
                                             {u"text", runText}}};
