@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <zlib.h>
 
 namespace {
 
@@ -179,7 +180,14 @@ void Walk::compressedIndex(qint64 begin, qint64 end, int depth)
             number(compressed, 0) <= compressed.size() * kMostCompression);
     if (!_isPlausible)
         return;
-    const auto whole = MovieBytes::ofData(qUncompress(compressed));
+    QByteArray contents(number(compressed, 0), Qt::Uninitialized);
+    auto size = static_cast<uLongf>(contents.size());
+    const QByteArray source = compressed.mid(4);
+    if (uncompress(reinterpret_cast<Bytef *>(contents.data()), &size,
+                   reinterpret_cast<const Bytef *>(source.constData()),
+                   static_cast<uLong>(source.size())) != Z_OK)
+        return; // as nobody else can read it
+    const auto whole = MovieBytes::ofData(contents.first(static_cast<qsizetype>(size)));
     Walk walk(*whole, _mediaSize);
     walk.atoms(0, whole->size(), depth + 1);
     require(walk.isPlausible());
