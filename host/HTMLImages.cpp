@@ -42,7 +42,7 @@ NSFileWrapperPtr pictureInAddress(const QString &source)
     }
     const NSFileWrapperPtr file = NSFileWrapper::regularFileWithContents(decoded.decoded);
     file->setPreferredFilename(u"image."_s + extension.left(16));
-    return file;
+    return ImportedPicture::exportable(file);
 }
 
 NSFileWrapperPtr copyOf(const NSFileWrapperPtr &file)
@@ -65,13 +65,9 @@ std::shared_ptr<QFTextAttachment> HTMLImages::attachment(const QString &source, 
     if (!file)
         return nullptr;
     auto attachment = std::make_shared<QFTextAttachment>(file);
-    QVariantMap media = attachment->mediaAttributes();
+    QVariantMap media = ImportedPicture::sized(attachment->mediaAttributes(), size);
     if (!alternative.isNull())
         media[u"alttag"_s] = alternative;
-    if (size.width && *size.width > 0)
-        media[u"width"_s] = static_cast<float>(*size.width);
-    if (size.height && *size.height > 0)
-        media[u"height"_s] = static_cast<float>(*size.height);
     if (keepsName)
         media[u"filename"_s] = uniqueName(*file);
     attachment->setMediaAttributes(media);
@@ -108,6 +104,7 @@ NSFileWrapperPtr HTMLImages::localFile(const QString &source)
         if (!known || !known->isRegularFile())
             return nullptr;
         _bytes += known->regularFileContents().size();
+        known = ImportedPicture::exportable(known);
     }
     return copyOf(known);
 }

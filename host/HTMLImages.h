@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/ImportedPicture.h"
 #include "media/QFTextAttachment.h"
 #include "platform/NSFileWrapper.h"
 
@@ -16,11 +17,7 @@ class HTMLImages
 public:
     explicit HTMLImages(QString baseFolder) : _baseFolder(std::move(baseFolder)) {}
 
-    struct Size
-    {
-        std::optional<double> width;
-        std::optional<double> height;
-    };
+    using Size = ImportedPicture::Size;
 
     /// An attachment with the picture at `source`, or nullptr. `alternative` may be nil. With `keepsName` the
     /// picture is exported under its own name, for where exported numbers are not different.

@@ -2,11 +2,15 @@
 #include "StyledDump.h"
 #include "host/MarkdownImporter.h"
 
+#include "media/NSAttributedString+Attachments.h"
 #include "platform/QFReport.h"
+#include "platform/Values.h"
 
+#include <QBuffer>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QImage>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -20,6 +24,8 @@ private Q_SLOTS:
     void initTestCase();
     void readsHTML_data();
     void readsHTML();
+    void sizesPictures_data();
+    void sizesPictures();
     void readsMarkdown_data();
     void readsMarkdown();
     void readsEncodings_data();
@@ -134,6 +140,39 @@ void HTMLImporterTest::readsHTML()
 {
     QFETCH(QString, html);
     QTEST(dumped(HTMLImporter::read(html.toUtf8(), _documents)), "dump");
+}
+
+void HTMLImporterTest::sizesPictures_data()
+{
+    QTest::addColumn<QByteArray>("size");
+    QTest::addColumn<QVariantMap>("attributes");
+    const auto map = [](float width, float height, bool locks, float scale) {
+        return QVariantMap{
+            {u"width"_s, width}, {u"height"_s, height}, {u"lockratios"_s, locks}, {u"scale"_s, scale}};
+    };
+    QTest::newRow("smaller, one side") << QByteArray("width=20") << map(20, 15, true, 0.5F);
+    QTest::newRow("smaller, other side") << QByteArray("height=15") << map(20, 15, true, 0.5F);
+    QTest::newRow("smaller, rounded") << QByteArray("width=13 height=10") << map(13, 10, true, 0.325F);
+    QTest::newRow("other proportions") << QByteArray("width=20 height=25") << map(20, 25, false, 1);
+    QTest::newRow("larger") << QByteArray("width=80") << map(80, 60, true, 1);
+}
+
+void HTMLImporterTest::sizesPictures()
+{
+    QFETCH(const QByteArray, size);
+    QFETCH(const QVariantMap, attributes);
+    // The exporter would only link to a BMP file, so it becomes one that browsers show.
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    QImage(40, 30, QImage::Format_RGB32).save(&buffer, "BMP");
+    const NSAttributedString text = HTMLImporter::read(
+        "<img src='data:image/bmp;base64," + bytes.toBase64() + "' " + size + ">", _documents);
+    const auto picture = Attachments::attachments(text).value(0);
+    QVERIFY(picture);
+    QCOMPARE(picture->fileWrapper()->preferredFilename(), u"image.jpg"_s);
+    for (auto entry = attributes.begin(); entry != attributes.end(); ++entry)
+        QVERIFY2(sameValue(picture->mediaAttributes().value(entry.key()), entry.value()),
+                 qPrintable(entry.key()));
 }
 
 void HTMLImporterTest::readsMarkdown_data()
