@@ -31,6 +31,24 @@ HuffmanTable::HuffmanTable(QByteArrayView counts, QByteArrayView symbols)
             add(code, length, static_cast<uint8_t>(symbols[next]));
         }
     }
+    for (uint32_t bits = 0; bits < _entries.size(); ++bits)
+        _runs.push_back(runOf(bits));
+}
+
+HuffmanTable::Run HuffmanTable::runOf(uint32_t bits) const
+{
+    constexpr uint8_t kEnd = 64;
+    Run run;
+    while (!run.endsBlock) {
+        const Entry entry = _entries[(bits << run.total) & ((1U << kLookupBits) - 1)];
+        if (entry.length == 0 || run.total + entry.total > kLookupBits)
+            break;
+        run.total = static_cast<uint8_t>(run.total + entry.total);
+        run.endsBlock = entry.steps == kEnd;
+        if (!run.endsBlock)
+            run.steps = static_cast<uint8_t>(run.steps + entry.steps);
+    }
+    return run;
 }
 
 void HuffmanTable::add(uint32_t code, int length, uint8_t symbol)

@@ -21,6 +21,14 @@ public:
         uint8_t steps = 0; ///< coefficients that the symbol goes on by; 64 for the end of a block
     };
 
+    /// As many symbols with their numbers as the next bits hold whole; the last one may end the block.
+    struct Run
+    {
+        uint8_t total = 0; ///< bits; 0 when not even one is whole
+        uint8_t steps = 0; ///< coefficients, without the end
+        bool endsBlock = false;
+    };
+
     /// How a symbol is written; no bits when the table does not have it.
     struct Code
     {
@@ -40,6 +48,8 @@ public:
         const Entry entry = _entries[bits >> (16 - kLookupBits)];
         return entry.length != 0 ? entry : longEntry(bits);
     }
+    /// For the next `kLookupBits` bits.
+    [[nodiscard]] Run run(uint32_t bits) const { return _runs[bits]; }
     [[nodiscard]] Code code(int symbol) const { return _codes[static_cast<size_t>(symbol)]; }
 
 private:
@@ -52,8 +62,10 @@ private:
 
     [[nodiscard]] Entry longEntry(uint32_t bits) const;
     void add(uint32_t code, int length, uint8_t symbol);
+    [[nodiscard]] Run runOf(uint32_t bits) const;
 
     std::vector<Entry> _entries;
+    std::vector<Run> _runs;
     std::vector<LongCode> _longCodes;
     std::array<Code, 256> _codes{};
 };

@@ -50,11 +50,78 @@ Code codeOf(QByteArrayView data)
     return code;
 }
 
+/// Reads bits. A value that is copied into a loop and back, so that it stays in registers there.
+class BitReader
+{
+public:
+    explicit BitReader(const Code &code) : _bytes(code.bytes.data()), _length(code.length) {}
+
+    /// Makes sure of 32 bits; beyond the end they are zeros.
+    void refill()
+    {
+        if (_have > 32 || _next > _length + 8)
+            return;
+        const quint64 more = qFromBigEndian<quint32>(_bytes + _next);
+        _window |= more << (32 - _have);
+        _have += 32;
+        _next += 4;
+    }
+    [[nodiscard]] quint32 peek(int bits) const { return static_cast<quint32>(_window >> (64 - bits)); }
+    void drop(int bits)
+    {
+        _window <<= bits;
+        _have -= bits;
+    }
+    [[nodiscard]] int have() const { return _have; }
+    /// In bits.
+    [[nodiscard]] qsizetype position() const { return _next * 8 - _have; }
+
+    /// The number of `bits` bits that follows; those that begin with a zero are negative.
+    [[nodiscard]] int number(int bits)
+    {
+        if (bits == 0)
+            return 0;
+        const auto value = static_cast<int>(peek(bits));
+        drop(bits);
+        return value < 1 << (bits - 1) ? value - (1 << bits) + 1 : value;
+    }
+
+private:
+    const uchar *_bytes;
+    qsizetype _length;
+    quint64 _window = 0;
+    int _have = 0;
+    qsizetype _next = 0;
+};
+
+/// Passes the coefficients of a block after the first. False for bits that mean nothing.
+bool skipCoefficients(BitReader &shared, const HuffmanTable &table)
+{
+    BitReader bits = shared;
+    for (int coefficient = 1; coefficient < 64;) {
+        bits.refill();
+        const HuffmanTable::Run run = table.run(bits.peek(HuffmanTable::kLookupBits));
+        if (run.total != 0 && coefficient + run.steps < 64) {
+            bits.drop(run.total);
+            coefficient += run.endsBlock ? 64 : run.steps;
+            continue;
+        }
+        // The last coefficient ends the block too; and codes may be long.
+        const HuffmanTable::Entry entry = table.entry(bits.peek(16));
+        if (entry.length == 0)
+            return false;
+        bits.drop(entry.total);
+        coefficient += entry.steps;
+    }
+    shared = bits;
+    return bits.have() >= 0;
+}
+
 /// Goes over blocks without decoding them.
 class Skimmer
 {
 public:
-    Skimmer(const JPEGScan &scan, const Code &code) : _scan(scan), _code(code) {}
+    Skimmer(const JPEGScan &scan, const Code &code) : _scan(scan), _length(code.length), _bits(code) {}
 
     /// False when the code is broken or ends before.
     [[nodiscard]] bool skipUnits(qsizetype count)
@@ -62,77 +129,39 @@ public:
         for (; count > 0; --count) {
             for (qsizetype i = 0; i < _scan.components.size(); ++i) {
                 const JPEGScan::Component &component = _scan.components[i];
-                const HuffmanTable &dc = _scan.dcTables[static_cast<size_t>(component.dcTable)];
-                const HuffmanTable &ac = _scan.acTables[static_cast<size_t>(component.acTable)];
                 for (int block = 0; block < component.blocks; ++block) {
-                    if (!skipBlock(dc, ac, _predictions[static_cast<size_t>(i)]))
+                    if (!skipBlock(component, _predictions[static_cast<size_t>(i)]))
                         return false;
                 }
             }
         }
-        return position() <= _code.length * 8;
+        return _bits.position() <= _length * 8;
     }
 
     /// In bits.
-    [[nodiscard]] qsizetype position() const { return _next * 8 - _have; }
+    [[nodiscard]] qsizetype position() const { return _bits.position(); }
     [[nodiscard]] const Predictions &predictions() const { return _predictions; }
 
 private:
-    void refill()
+    [[nodiscard]] bool skipBlock(const JPEGScan::Component &component, int &prediction)
     {
-        if (_have > 32 || _next > _code.length + 8)
-            return;
-        const quint64 more = qFromBigEndian<quint32>(_code.bytes.data() + _next);
-        _window |= more << (32 - _have);
-        _have += 32;
-        _next += 4;
-    }
-    [[nodiscard]] quint32 next16() const { return static_cast<quint32>(_window >> 48); }
-    void drop(int bits)
-    {
-        _window <<= bits;
-        _have -= bits;
-    }
-
-    [[nodiscard]] bool skipBlock(const HuffmanTable &dc, const HuffmanTable &ac, int &prediction)
-    {
-        refill();
-        const HuffmanTable::Entry first = dc.entry(next16());
+        _bits.refill();
+        const HuffmanTable::Entry first =
+            _scan.dcTables[static_cast<size_t>(component.dcTable)].entry(_bits.peek(16));
         constexpr int kLargest = 11;
         if (first.length == 0 || first.symbol > kLargest)
             return false;
-        drop(first.length);
-        prediction += difference(first.symbol);
+        _bits.drop(first.length);
+        prediction += _bits.number(first.symbol);
         constexpr int kFarthest = 1 << 15; // only broken code leads there
-        if (std::abs(prediction) > kFarthest)
-            return false;
-        for (int coefficient = 1; coefficient < 64;) {
-            refill();
-            const HuffmanTable::Entry entry = ac.entry(next16());
-            if (entry.length == 0 || _have < entry.total)
-                return false;
-            drop(entry.total);
-            coefficient += entry.steps;
-        }
-        return true;
-    }
-
-    /// The number of `bits` bits that follows; those that begin with a zero are negative.
-    [[nodiscard]] int difference(int bits)
-    {
-        if (bits == 0)
-            return 0;
-        const int value = static_cast<int>(_window >> (64 - bits));
-        drop(bits);
-        return value < 1 << (bits - 1) ? value - (1 << bits) + 1 : value;
+        return std::abs(prediction) <= kFarthest &&
+               skipCoefficients(_bits, _scan.acTables[static_cast<size_t>(component.acTable)]);
     }
 
     const JPEGScan &_scan;
-    const Code &_code;
+    qsizetype _length;
+    BitReader _bits;
     Predictions _predictions{};
-    quint64 _window = 0;
-    int _have = 0;
-    qsizetype _next = 0;
 };
 
 /// Writes code, with a zero after each byte of all ones.
