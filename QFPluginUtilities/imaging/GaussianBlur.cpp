@@ -24,7 +24,7 @@ Kernel kernel(double sigma, double fraction)
 {
     const double remaining = remainingSigma(sigma, fraction);
     const int radius = int(std::ceil(4 * remaining));
-    Kernel made{-radius, std::vector<double>(size_t(2 * radius) + 2)};
+    Kernel made{-radius, std::vector<double>(2 * size_t(radius) + 2)};
     double sum = 0;
     const auto gaussian = [remaining](int x) {
         return x == 0 ? 1.0 : std::exp(-0.5 * x * x / (remaining * remaining));
@@ -76,7 +76,8 @@ QF_VECTORISED static void convolve(const float *input, float *output, qsizetype 
             for (qsizetype i = 0; i < lines; ++i)
                 sums[i] += from[i] * taps[tap];
         }
-        std::copy_n(sums, lines, output);
+        for (qsizetype i = 0; i < lines; ++i)
+            output[i] = sums[i];
     }
 }
 
