@@ -19,7 +19,7 @@ struct Kernel
 [[nodiscard]] Kernel kernel(double sigma, double fraction);
 
 /// Blurs many lines at a time, at a cost that does not depend on sigma: below two pixels by the kernel, above
-/// by four box means with fractional ends, which differ from the Gaussian by less than 1 % of the whole.
+/// by four box means with fractional ends, which differ from the Gaussian by 1 % of the whole at most.
 class Lines
 {
 public:

@@ -2,6 +2,7 @@
 
 #include "imaging/RotationKernels.h"
 #include "imaging/ScalingKernels.h"
+#include "imaging/WorkingFormat.h"
 
 #include <algorithm>
 #include <array>
@@ -48,21 +49,34 @@ Walk quarterTurnWalk(const QImage &image, int quarters)
     }
 }
 
+/// `count` pixels, each `step` after the one before.
+void copyPixels(const QRgb *source, qsizetype step, QRgb *output, int count)
+{
+    if (step == 1) {
+        std::copy_n(source, count, output);
+    } else if (step == -1) {
+        std::reverse_copy(source - count + 1, source + 1, output);
+    } else {
+        for (int i = 0; i < count; ++i)
+            output[i] = source[i * step];
+    }
+}
+
 /// In blocks that stay in the cache whichever way they are walked.
 void copyWalk(const QRgb *source, const Walk &walk, const QRect &part, const QPoint &from, QImage &canvas)
 {
-    constexpr int block = 32;
+    const int blockHeight = 32;
+    const int blockWidth = std::abs(walk.right) == 1 ? part.width() : 32;
+    const QRect local = part.translated(-from);
     uchar *const bits = canvas.bits();
-    for (int top = part.top(); top <= part.bottom(); top += block) {
-        const int bottom = std::min(top + block - 1, part.bottom());
-        for (int left = part.left(); left <= part.right(); left += block) {
-            const int right = std::min(left + block - 1, part.right());
-            for (int y = top; y <= bottom; ++y) {
-                const QRgb *pixel =
-                    source + walk.start + (left - from.x()) * walk.right + (y - from.y()) * walk.down;
-                QRgb *output = reinterpret_cast<QRgb *>(bits + y * canvas.bytesPerLine()) + left;
-                for (int x = left; x <= right; ++x, pixel += walk.right)
-                    *output++ = *pixel;
+    for (int top = local.top(); top <= local.bottom(); top += blockHeight) {
+        const int end = std::min(top + blockHeight, local.bottom() + 1);
+        for (int left = local.left(); left <= local.right(); left += blockWidth) {
+            const int count = std::min(blockWidth, local.right() + 1 - left);
+            for (int y = top; y < end; ++y) {
+                uchar *const row = bits + (y + from.y()) * canvas.bytesPerLine();
+                copyPixels(source + walk.start + left * walk.right + y * walk.down, walk.right,
+                           reinterpret_cast<QRgb *>(row) + left + from.x(), count);
             }
         }
     }
@@ -110,6 +124,8 @@ public:
         _cosine = std::cos(angle);
         _sine = std::sin(angle);
         _step = {fixed(_cosine), fixed(-_sine)};
+        _ahead =
+            std::lround(_cosine * kRowsAhead) * image.bytesPerLine() + std::lround(_sine * kRowsAhead) * 4;
     }
 
     void run()
@@ -136,6 +152,7 @@ public:
 private:
     static constexpr int kBandHeight = 64;
     static constexpr int kTileWidth = 128;
+    static constexpr int kRowsAhead = 8;
     static constexpr qsizetype kPixelsForTwo = 500'000;
 
     struct Row
@@ -161,6 +178,7 @@ private:
     double _cosine = 1;
     double _sine = 0;
     Position _step;
+    qsizetype _ahead = 0;
 };
 
 FreeTurn::Row FreeTurn::rowAt(int y) const
@@ -184,11 +202,11 @@ Span FreeTurn::spanInside(const Position &start, double margin) const
     const auto cut = [&](double at, double step, double length) {
         const double low = margin - 0.5;
         const double high = length - 0.5 - margin;
-        if (std::abs(step) < 1e-9) {
-            if (at < low || at > high)
-                to = from;
+        const bool stays = std::abs(step) < 1e-9;
+        if (low > high || (stays && (at < low || at > high)))
+            to = from;
+        if (to == from || stays)
             return;
-        }
         const auto [first, last] = std::minmax({(low - at) / step, (high - at) / step});
         from = std::max(from, std::ceil(first));
         to = std::min(to, std::floor(last) + 1);
@@ -215,10 +233,10 @@ void FreeTurn::turnBand(int top)
             const Row &row = rows[size_t(y - top)];
             const Span visible = row.visible.within(tile);
             const Span inner = row.inner.within(visible);
-            const auto output = [&](int x) { return components.data() + (x - visible.begin) * 4; };
+            const auto output = [&](int x) { return components.data() + qsizetype(x - visible.begin) * 4; };
             turnEdge(row, {visible.begin, inner.begin}, output(visible.begin));
             const Position start{row.start.x + inner.begin * _step.x, row.start.y + inner.begin * _step.y};
-            RotationKernels::sample(_image.constBits(), _image.bytesPerLine(), start, _step, _weights,
+            RotationKernels::sample(_image.constBits(), _image.bytesPerLine(), start, _step, _weights, _ahead,
                                     output(inner.begin), inner.end - inner.begin);
             turnEdge(row, {inner.end, visible.end}, output(inner.end));
             ScalingKernels::narrow(components.data(),
@@ -245,7 +263,7 @@ void FreeTurn::turnEdgePixel(const Position &at, qint16 *output) const
     }
     constexpr qint64 one = qint64(1) << 32;
     const Position amongThem{one + (at.x & (one - 1)), one + (at.y & (one - 1))};
-    RotationKernels::sample(reinterpret_cast<const uchar *>(around.data()), 16, amongThem, {}, _weights,
+    RotationKernels::sample(reinterpret_cast<const uchar *>(around.data()), 16, amongThem, {}, _weights, 0,
                             output, 1);
     const auto covered = [](double position, double length) {
         return std::clamp(position + 1, 0.0, 1.0) * std::clamp(length - position, 0.0, 1.0);
@@ -261,6 +279,8 @@ QImage ImageOperations::turned(const QImage &image, double degrees, const QSize 
 {
     if (image.isNull() || canvas.isEmpty())
         return {};
+    if (!isWorkingFormat(image))
+        return turned(inWorkingFormat(image), degrees, canvas);
     const double turn = std::isfinite(degrees) ? std::fmod(degrees, 360.0) : 0.0;
     if (std::fmod(turn, 90.0) == 0)
         return turnedByQuarters(image, (int(turn / 90) + 4) % 4, canvas);

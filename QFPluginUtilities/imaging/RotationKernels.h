@@ -28,8 +28,9 @@ struct Position
 };
 
 /// One output pixel, as ScalingKernels has them, for each position from `start` on. All the sixteen pixels
-/// around each position must lie in the picture at `bits`.
+/// around each position must lie in the picture at `bits`. What lies `ahead` bytes behind them is asked for
+/// from memory, as it will be needed soon.
 void sample(const uchar *bits, qsizetype bytesPerLine, Position start, Position step, const Weights &weights,
-            qint16 *output, int count);
+            qsizetype ahead, qint16 *output, int count);
 
 } // namespace RotationKernels

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <new>
 #include <optional>
 #include <vector>
@@ -18,6 +19,8 @@ namespace {
 
 /// Rows and columns that a picture can have.
 constexpr int kLongestSide = 65'535;
+/// Rows of one mean for which weights of eight bits are fine enough.
+constexpr int kFewRows = 48;
 
 /// [begin, begin + length) as far as it lies within [0, limit); a pixel where nothing of it does.
 Line lineWithin(double begin, double length, double limit, int count)
@@ -38,6 +41,7 @@ bool isCopy(const Line &line)
 }
 
 /// Area means of rows. Where two means meet inside a row, each takes its part of it.
+template <typename Sum>
 class RowMeans
 {
 public:
@@ -51,8 +55,7 @@ public:
     bool addRow(int index, const uchar *bytes, qint16 *output)
     {
         if (index + 1 < _end) {
-            const quint32 weight = weightUpTo(index + 1);
-            ScalingKernels::addToMean(_sums.data(), bytes, weight, _components);
+            ScalingKernels::addToMean(_sums.data(), bytes, weightUpTo(index + 1), _components);
             return false;
         }
         const quint32 weight = kWhole - _given;
@@ -65,8 +68,20 @@ public:
         return true;
     }
 
+    /// Ends a mean that has only part of its rows with these.
+    bool end(qint16 *output)
+    {
+        if (_given == 0)
+            return false;
+        std::transform(_sums.begin(), _sums.end(), output, [this](quint32 sum) {
+            return qint16((quint64(sum) << ScalingKernels::kFractionBits) / _given);
+        });
+        _given = 0;
+        return true;
+    }
+
 private:
-    static constexpr quint32 kWhole = 1U << ScalingKernels::kMeanBits;
+    static constexpr quint32 kWhole = 1U << ScalingKernels::kMeanBits<Sum>;
 
     void setEnd() { _end = _mean + 1 >= _line.count ? _line.end : _line.begin + (_mean + 1) * _line.step(); }
 
@@ -82,7 +97,7 @@ private:
 
     Line _line;
     qsizetype _components;
-    std::vector<quint32> _sums;
+    std::vector<Sum> _sums;
     int _mean = 0;
     double _begin = _line.begin;
     double _end = 0;
@@ -93,17 +108,11 @@ private:
 class RowFilter
 {
 public:
-    RowFilter(const Line &line, qsizetype components) : _firstRow(line.firstPixel()), _components(components)
+    RowFilter(const Line &line, qsizetype components) : _components(components), _result(size_t(components))
     {
         for (int index = 0; index < line.count; ++index)
-            append(ScalingWeights::lanczos(line, index));
-        size_t longest = 1;
-        for (const Output &output : _outputs)
-            longest = std::max(longest, size_t(output.taps));
-        _ring.resize(longest * size_t(components));
-        _rowCount = longest;
-        _rows.resize(longest + ScalingKernels::kRowGroup);
-        _result.resize(size_t(components));
+            append(ScalingWeights::lanczos(line, index), line.firstPixel());
+        _ring.resize(size_t(_rowCount) * size_t(components));
     }
 
     /// Where the next row is to be written.
@@ -121,11 +130,12 @@ public:
     void rowWritten(EmitRow emitRow)
     {
         ++_added;
-        for (; !isDone() && _outputs[_next].first + _outputs[_next].taps <= _added; ++_next) {
+        for (; !isDone() && _outputs[_next].lastRow < _added; ++_next) {
             const Output &output = _outputs[_next];
-            for (int i = 0; i < output.count; ++i)
-                _rows[size_t(i)] = row(output.first + std::min(i, output.taps - 1));
-            ScalingKernels::filterOverRows(_rows.data(), _weights.data() + output.weightsAt, output.count,
+            _rows.clear();
+            for (size_t tap = output.begin; tap < output.end; ++tap)
+                _rows.push_back(row(_tapRows[tap]));
+            ScalingKernels::filterOverRows(_rows.data(), _weights.data() + output.begin, int(_rows.size()),
                                            _result.data(), _components);
             emitRow(_result.data());
         }
@@ -134,42 +144,55 @@ public:
 private:
     struct Output
     {
-        int first = 0;
-        int taps = 0;
-        /// The taps, filled up to whole groups.
-        int count = 0;
-        size_t weightsAt = 0;
+        size_t begin = 0;
+        size_t end = 0;
+        int lastRow = 0;
     };
 
-    qint16 *row(int index) { return _ring.data() + size_t(index) % _rowCount * size_t(_components); }
+    qint16 *row(int index) { return _ring.data() + size_t(index % _rowCount) * size_t(_components); }
 
     /// As whole numbers, whose sum is exact; what rounding lacks goes to the largest.
-    void append(const Taps &taps)
+    void append(const Taps &taps, int firstRow)
     {
         constexpr int whole = 1 << ScalingKernels::kRowWeightBits;
-        constexpr int group = ScalingKernels::kRowGroup;
-        const int count = int(taps.weights.size());
-        const size_t weightsAt = _weights.size();
-        _outputs.push_back({taps.first - _firstRow, count, (count + group - 1) / group * group, weightsAt});
+        std::vector<int> weights;
         int rest = whole;
         for (const double weight : taps.weights) {
-            _weights.push_back(qint16(std::min(std::lround(weight * whole), long(whole - 1))));
-            rest -= _weights.back();
+            weights.push_back(int(std::lround(weight * whole)));
+            rest -= weights.back();
         }
-        qint16 &largest = *std::max_element(_weights.begin() + qsizetype(weightsAt), _weights.end());
-        // A weight of one cannot be held; one part less rounds to the same.
-        largest = qint16(std::min(largest + rest, whole - 1));
-        _weights.resize(weightsAt + size_t(_outputs.back().count));
+        *std::max_element(weights.begin(), weights.end()) += rest;
+
+        const int count = int(weights.size());
+        const int first = taps.first - firstRow;
+        const size_t begin = _weights.size();
+        for (int i = 0; i < count; ++i)
+            appendTap(first + i, weights[size_t(i)]);
+        while ((_weights.size() - begin) % ScalingKernels::kRowGroup != 0)
+            appendTap(first, 0);
+        _outputs.push_back({begin, _weights.size(), first + count - 1});
+        _rowCount = std::max(_rowCount, count);
+        _rows.reserve(_weights.size() - begin);
     }
 
-    int _firstRow;
+    /// Edge pixels, which stand for all outside them, may weigh more than one tap can hold.
+    void appendTap(int row, int weight)
+    {
+        constexpr int most = std::numeric_limits<qint16>::max();
+        for (; weight > most; weight -= most / 2)
+            appendTap(row, most / 2);
+        _tapRows.push_back(row);
+        _weights.push_back(qint16(weight));
+    }
+
     qsizetype _components;
+    std::vector<qint16> _result;
     std::vector<Output> _outputs;
+    std::vector<int> _tapRows;
     std::vector<qint16> _weights;
     std::vector<qint16> _ring;
-    size_t _rowCount = 1;
     std::vector<const qint16 *> _rows;
-    std::vector<qint16> _result;
+    int _rowCount = 1;
     int _added = 0;
     size_t _next = 0;
 };
@@ -245,10 +268,13 @@ struct RowScaler::Private
         columnsFirst = down.step() < 1;
         overColumns.emplace(across);
         if (down.beginsWithMeans()) {
-            means.emplace(down.means(), width * 4);
+            if (down.means().step() <= kFewRows)
+                meansOfFew.emplace(down.means(), width * 4);
+            else
+                meansOfMany.emplace(down.means(), width * 4);
             overRows.emplace(down.afterMeans(), width * 4);
         } else {
-            overRows.emplace(down, columnsFirst ? across.count * 4 : width * 4);
+            overRows.emplace(down, (columnsFirst ? qsizetype(across.count) : width) * 4);
         }
         if (columnsFirst)
             widened.resize(size_t(width) * 4);
@@ -266,7 +292,8 @@ struct RowScaler::Private
     bool hasFailed = false;
     bool copies = false;
     bool columnsFirst = false;
-    std::optional<RowMeans> means;
+    std::optional<RowMeans<quint16>> meansOfFew;
+    std::optional<RowMeans<quint32>> meansOfMany;
     std::optional<RowFilter> overRows;
     std::optional<ColumnFilter> overColumns;
     std::vector<qint16> widened;
@@ -292,10 +319,14 @@ void RowScaler::Private::addRow(const QRgb *pixels)
     } else if (columnsFirst) {
         ScalingKernels::widen(bytes, widened.data(), components);
         filterAcross(widened.data());
-    } else if (!means) {
+    } else if (meansOfFew) {
+        if (meansOfFew->addRow(index, bytes, overRows->nextRow()))
+            rowWritten();
+    } else if (meansOfMany) {
+        if (meansOfMany->addRow(index, bytes, overRows->nextRow()))
+            rowWritten();
+    } else {
         ScalingKernels::widen(bytes, overRows->nextRow(), components);
-        rowWritten();
-    } else if (means->addRow(index, bytes, overRows->nextRow())) {
         rowWritten();
     }
 }
@@ -345,6 +376,9 @@ void RowScaler::Private::extendDown()
     }
     if (columnsFirst)
         overColumns->flush([this](const qint16 *filtered) { takeFiltered(filtered); });
+    if ((meansOfFew && meansOfFew->end(overRows->nextRow())) ||
+        (meansOfMany && meansOfMany->end(overRows->nextRow())))
+        rowWritten();
     while (!overRows->isEmpty() && !overRows->isDone()) {
         overRows->repeatRow();
         rowWritten();

@@ -12,21 +12,45 @@ QF_VECTORISED void widen(const uchar *bytes, qint16 *output, qsizetype count)
         output[i] = qint16(bytes[i] << kFractionBits);
 }
 
-QF_VECTORISED void addToMean(quint32 *sums, const uchar *bytes, quint32 weight, qsizetype count)
+template <typename Sum>
+static inline void add(Sum *__restrict sums, const uchar *__restrict bytes, Sum weight, qsizetype count)
 {
     for (qsizetype i = 0; i < count; ++i)
-        sums[i] += bytes[i] * weight;
+        sums[i] = Sum(sums[i] + bytes[i] * weight);
+}
+
+template <typename Sum>
+static inline void finish(Sum *__restrict sums, const uchar *__restrict bytes, Sum weight, Sum nextWeight,
+                          qint16 *__restrict output, qsizetype count)
+{
+    constexpr int shift = kMeanBits<Sum> - kFractionBits;
+    constexpr Sum half = Sum(1) << (shift - 1);
+    for (qsizetype i = 0; i < count; ++i) {
+        output[i] = qint16(Sum(sums[i] + bytes[i] * weight + half) >> shift);
+        sums[i] = Sum(bytes[i] * nextWeight);
+    }
+}
+
+QF_VECTORISED void addToMean(quint16 *sums, const uchar *bytes, quint32 weight, qsizetype count)
+{
+    add(sums, bytes, quint16(weight), count);
+}
+
+QF_VECTORISED void addToMean(quint32 *sums, const uchar *bytes, quint32 weight, qsizetype count)
+{
+    add(sums, bytes, weight, count);
+}
+
+QF_VECTORISED void finishMean(quint16 *sums, const uchar *bytes, quint32 weight, quint32 nextWeight,
+                              qint16 *output, qsizetype count)
+{
+    finish(sums, bytes, quint16(weight), quint16(nextWeight), output, count);
 }
 
 QF_VECTORISED void finishMean(quint32 *sums, const uchar *bytes, quint32 weight, quint32 nextWeight,
                               qint16 *output, qsizetype count)
 {
-    constexpr int shift = kMeanBits - kFractionBits;
-    for (qsizetype i = 0; i < count; ++i) {
-        const quint32 byte = bytes[i];
-        output[i] = qint16((sums[i] + byte * weight + (1U << (shift - 1))) >> shift);
-        sums[i] = byte * nextWeight;
-    }
+    finish(sums, bytes, weight, nextWeight, output, count);
 }
 
 /// Product of a component and a weight, rounded: the form that compilers know as one instruction.
@@ -67,7 +91,7 @@ QF_VECTORISED void filterOverRows(const qint16 *const *rows, const qint16 *weigh
 
 QF_VECTORISED void putIntoBatch(const qint16 *row, float *batch, int place, qsizetype pixels)
 {
-    float *output = batch + place * 4;
+    float *output = batch + qsizetype(place) * 4;
     for (qsizetype x = 0; x < pixels; ++x) {
         for (qsizetype c = 0; c < 4; ++c)
             output[x * 4 * kBatch + c] = row[x * 4 + c];
@@ -80,7 +104,7 @@ QF_VECTORISED void filterOverColumns(const float *batch, const ColumnSpan *spans
     // Two rows of the batch at a time, as the compiler's own vectors: plain loops it unrolls the wrong way.
     using TwoRows = float __attribute__((vector_size(32)));
     using Loaded = float __attribute__((vector_size(32), aligned(4), may_alias));
-    constexpr qsizetype lanes = 4 * kBatch;
+    constexpr qsizetype lanes = qsizetype(4) * kBatch;
     static_assert(kBatch == 4);
     for (qsizetype x = 0; x < pixels; ++x, output += 4) {
         const ColumnSpan span = spans[x];

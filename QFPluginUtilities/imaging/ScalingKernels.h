@@ -8,8 +8,13 @@
 namespace ScalingKernels {
 
 constexpr int kFractionBits = 6;
-/// Weights of area means: their sum over one mean.
-constexpr int kMeanBits = 24;
+/// Weights of area means: their sum over one mean, for means of few rows and of many.
+template <typename Sum>
+constexpr int kMeanBits = 0;
+template <>
+inline constexpr int kMeanBits<quint16> = 8;
+template <>
+inline constexpr int kMeanBits<quint32> = 24;
 /// Weights of filtering over rows: their sum, which single weights stay below.
 constexpr int kRowWeightBits = 15;
 /// Rows that are added up in one step.
@@ -20,8 +25,11 @@ constexpr int kBatch = 4;
 /// output = bytes, with fraction.
 void widen(const uchar *bytes, qint16 *output, qsizetype count);
 /// sums += bytes * weight.
+void addToMean(quint16 *sums, const uchar *bytes, quint32 weight, qsizetype count);
 void addToMean(quint32 *sums, const uchar *bytes, quint32 weight, qsizetype count);
 /// Ends one mean with the row's `weight`, and begins the next with its `nextWeight`.
+void finishMean(quint16 *sums, const uchar *bytes, quint32 weight, quint32 nextWeight, qint16 *output,
+                qsizetype count);
 void finishMean(quint32 *sums, const uchar *bytes, quint32 weight, quint32 nextWeight, qint16 *output,
                 qsizetype count);
 /// output = weighted sum of rows, whose count is a multiple of kRowGroup; what is too many has a weight of 0.

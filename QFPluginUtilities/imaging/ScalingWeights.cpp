@@ -9,6 +9,10 @@ namespace ScalingWeights {
 namespace {
 
 constexpr double kLobes = 3;
+/// Where it shrinks, the filter is a little wider than the result's pixels: that takes a tenth from what is
+/// left of patterns too fine for the result, and hardly anything from those that are not (measured on a zone
+/// plate).
+constexpr double kWider = 1.015;
 
 double sinc(double x)
 {
@@ -53,14 +57,14 @@ int Line::lastPixel() const
 
 Taps lanczos(const Line &line, int index)
 {
-    const double stretch = std::max(1.0, line.step());
+    const double stretch = line.step() > 1 ? line.step() * kWider : 1;
     const double centre = line.begin + (index + 0.5) * line.step() - 0.5;
     const int from = int(std::ceil(centre - kLobes * stretch));
     const int to = int(std::floor(centre + kLobes * stretch));
     const int lowest = line.firstPixel();
     const int highest = line.lastPixel();
     Taps taps{std::clamp(from, lowest, highest), {}};
-    taps.weights.resize(size_t(std::clamp(to, lowest, highest) - taps.first + 1));
+    taps.weights.resize(size_t(std::clamp(to, lowest, highest) - taps.first) + 1);
     for (int pixel = from; pixel <= to; ++pixel)
         taps.weights[size_t(std::clamp(pixel, lowest, highest) - taps.first)] +=
             lanczosAt((pixel - centre) / stretch);
