@@ -24,17 +24,19 @@ Kernel kernel(double sigma, double fraction)
 {
     const double remaining = remainingSigma(sigma, fraction);
     const int radius = int(std::ceil(4 * remaining));
-    Kernel made{-radius, std::vector<double>(size_t(2 * radius) + 2)};
+    const size_t taps = 2 * size_t(radius) + 1;
+    Kernel made{-radius, std::vector<double>(taps + 1)};
     double sum = 0;
-    const auto gaussian = [remaining](int x) {
+    const auto gaussian = [remaining, radius](size_t tap) {
+        const double x = double(tap) - radius;
         return x == 0 ? 1.0 : std::exp(-0.5 * x * x / (remaining * remaining));
     };
-    for (int x = -radius; x <= radius; ++x)
-        sum += gaussian(x);
-    for (int x = -radius; x <= radius; ++x) {
-        const double weight = gaussian(x) / sum;
-        made.weights[size_t(x + radius)] += weight * (1 - fraction);
-        made.weights[size_t(x + radius) + 1] += weight * fraction;
+    for (size_t tap = 0; tap < taps; ++tap)
+        sum += gaussian(tap);
+    for (size_t tap = 0; tap < taps; ++tap) {
+        const double weight = gaussian(tap) / sum;
+        made.weights[tap] += weight * (1 - fraction);
+        made.weights[tap + 1] += weight * fraction;
     }
     if (fraction == 0)
         made.weights.pop_back();
@@ -76,7 +78,8 @@ QF_VECTORISED static void convolve(const float *input, float *output, qsizetype 
             for (qsizetype i = 0; i < lines; ++i)
                 sums[i] += from[i] * taps[tap];
         }
-        std::copy_n(sums, lines, output);
+        for (qsizetype i = 0; i < lines; ++i)
+            output[i] = sums[i];
     }
 }
 

@@ -2,6 +2,7 @@
 
 #include "imaging/ImageOperations.h"
 #include "imaging/JPEGSource.h"
+#include "imaging/PNGSource.h"
 #include "imaging/PSDSource.h"
 #include "imaging/PictureFile.h"
 #include "imaging/QtImageSource.h"
@@ -19,6 +20,8 @@ ImageSourcePtr sourceForBytes(const QByteArray &data)
 {
     if (JPEGSource::isJPEG(data))
         return JPEGSource::withBytes(data);
+    if (PNGSource::isPNG(data))
+        return PNGSource::withBytes(data);
     if (PSDSource::isPSD(data))
         return PSDSource::withBytes(data);
     return QtImageSource::withBytes(data);

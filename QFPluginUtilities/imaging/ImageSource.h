@@ -14,6 +14,8 @@ using ImageSourcePtr = std::shared_ptr<const ImageSource>;
 /// An encoded picture whose header has been read; its pixels are decoded when they are asked for and not
 /// kept. The format is told by the content, never by a file's name. Of several pictures the first counts.
 /// Pixels are converted to sRGB by an embedded profile, and come as stored: orientation is not applied.
+/// Beside JPEG, PNG and the composite of layered files, formats are read by Qt, whose limit of 128 MB for the
+/// process is raised to 2 GB when the first such picture is decoded.
 class QF_EXPORT ImageSource
 {
 public:
@@ -39,7 +41,9 @@ public:
     /// off, or memory does not suffice.
     [[nodiscard]] virtual QImage image() const = 0;
     /// The part `crop` of the picture, scaled to `target` without holding all of it where the format allows
-    /// that: a JPEG is decoded at the size that the result needs. Null as above. Any thread.
+    /// that: a JPEG is decoded at the size that the result needs, but with twice its sides at least, and a
+    /// large picture on up to three threads. Null as above, and unless the crop lies within the picture. Any
+    /// thread.
     [[nodiscard]] virtual QImage scaled(const QRect &crop, const QSize &target) const;
 
 protected:

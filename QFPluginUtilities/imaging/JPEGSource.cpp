@@ -1,5 +1,6 @@
 #include "imaging/JPEGSource.h"
 
+#include "imaging/JPEGHalvesReader.h"
 #include "imaging/JPEGReader.h"
 #include "platform/WithoutThrowing.h"
 
@@ -37,18 +38,25 @@ ImageSourcePtr JPEGSource::withBytes(const QByteArray &data)
 
 QImage JPEGSource::image() const
 {
-    return withoutThrowing([this] {
-        JPEGReader reader(data(), 8, QRect(QPoint(), size()));
-        return reader.isValid() ? reader.image() : QImage();
-    });
+    constexpr int kWhole = 8;
+    return withReader(kWhole, QRect(QPoint(), size()), [](auto &reader) { return reader.image(); });
 }
 
 QImage JPEGSource::scaled(const QRect &crop, const QSize &target) const
 {
-    return withoutThrowing([&]() -> QImage {
-        if (!canScale(crop, target))
-            return {};
-        JPEGReader reader(data(), eighthsFor(crop.size(), target), crop);
-        return reader.isValid() ? reader.scaled(reader.part(), target) : QImage();
+    if (!canScale(crop, target))
+        return {};
+    return withReader(eighthsFor(crop.size(), target), crop,
+                      [&](auto &reader) { return reader.scaled(reader.part(), target); });
+}
+
+/// What `work` makes of the file's rows, read the quickest way.
+template <typename Work>
+QImage JPEGSource::withReader(int eighths, const QRect &part, Work work) const
+{
+    const auto read = [&](auto &&reader) { return reader.isValid() ? work(reader) : QImage(); };
+    return withoutThrowing([&] {
+        return JPEGHalvesReader::isFor(size(), eighths, part) ? read(JPEGHalvesReader(data(), eighths, part))
+                                                              : read(JPEGReader(data(), eighths, part));
     });
 }

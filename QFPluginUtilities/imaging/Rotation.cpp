@@ -2,6 +2,7 @@
 
 #include "imaging/RotationKernels.h"
 #include "imaging/ScalingKernels.h"
+#include "imaging/WorkingFormat.h"
 
 #include <algorithm>
 #include <array>
@@ -232,7 +233,7 @@ void FreeTurn::turnBand(int top)
             const Row &row = rows[size_t(y - top)];
             const Span visible = row.visible.within(tile);
             const Span inner = row.inner.within(visible);
-            const auto output = [&](int x) { return components.data() + (x - visible.begin) * 4; };
+            const auto output = [&](int x) { return components.data() + qsizetype(x - visible.begin) * 4; };
             turnEdge(row, {visible.begin, inner.begin}, output(visible.begin));
             const Position start{row.start.x + inner.begin * _step.x, row.start.y + inner.begin * _step.y};
             RotationKernels::sample(_image.constBits(), _image.bytesPerLine(), start, _step, _weights, _ahead,
@@ -278,6 +279,8 @@ QImage ImageOperations::turned(const QImage &image, double degrees, const QSize 
 {
     if (image.isNull() || canvas.isEmpty())
         return {};
+    if (!isWorkingFormat(image))
+        return turned(inWorkingFormat(image), degrees, canvas);
     const double turn = std::isfinite(degrees) ? std::fmod(degrees, 360.0) : 0.0;
     if (std::fmod(turn, 90.0) == 0)
         return turnedByQuarters(image, (int(turn / 90) + 4) % 4, canvas);

@@ -76,7 +76,7 @@ static inline void fetch(const uchar *bits, qsizetype bytesPerLine, Position at,
     using Components = qint16 __attribute__((vector_size(32), aligned(2), may_alias));
     for (int i = 0; i < count; ++i, at.x += step.x, at.y += step.y) {
         const uchar *row = bits + ((at.y >> 32) - 1) * bytesPerLine + ((at.x >> 32) - 1) * 4;
-        __builtin_prefetch(reinterpret_cast<const void *>(quintptr(row) + quintptr(ahead)));
+        __builtin_prefetch(row + ahead);
         for (int k = 0; k < 4; ++k, row += bytesPerLine, around += 16) {
             const Bytes bytes = *reinterpret_cast<const Bytes *>(row);
             *reinterpret_cast<Components *>(around) = __builtin_convertvector(bytes, Components)

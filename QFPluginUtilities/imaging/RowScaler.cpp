@@ -274,7 +274,7 @@ struct RowScaler::Private
                 meansOfMany.emplace(down.means(), width * 4);
             overRows.emplace(down.afterMeans(), width * 4);
         } else {
-            overRows.emplace(down, columnsFirst ? across.count * 4 : width * 4);
+            overRows.emplace(down, (columnsFirst ? qsizetype(across.count) : width) * 4);
         }
         if (columnsFirst)
             widened.resize(size_t(width) * 4);

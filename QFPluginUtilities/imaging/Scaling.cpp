@@ -1,6 +1,7 @@
 #include "imaging/ImageOperations.h"
 
 #include "imaging/RowScaler.h"
+#include "imaging/WorkingFormat.h"
 
 QImage ImageOperations::scaled(const QImage &image, const QRect &crop, const QSize &target)
 {
@@ -9,6 +10,8 @@ QImage ImageOperations::scaled(const QImage &image, const QRect &crop, const QSi
         return {};
     if (part == image.rect() && target == image.size())
         return image;
+    if (!isWorkingFormat(image))
+        return scaled(inWorkingFormat(image), crop, target);
     RowScaler scaler(image.width(), QRectF(part).translated(0, -part.top()), target,
                      !image.hasAlphaChannel());
     for (int y = part.top(); y <= part.bottom(); ++y)

@@ -91,7 +91,7 @@ QF_VECTORISED void filterOverRows(const qint16 *const *rows, const qint16 *weigh
 
 QF_VECTORISED void putIntoBatch(const qint16 *row, float *batch, int place, qsizetype pixels)
 {
-    float *output = batch + place * 4;
+    float *output = batch + qsizetype(place) * 4;
     for (qsizetype x = 0; x < pixels; ++x) {
         for (qsizetype c = 0; c < 4; ++c)
             output[x * 4 * kBatch + c] = row[x * 4 + c];
@@ -104,7 +104,7 @@ QF_VECTORISED void filterOverColumns(const float *batch, const ColumnSpan *spans
     // Two rows of the batch at a time, as the compiler's own vectors: plain loops it unrolls the wrong way.
     using TwoRows = float __attribute__((vector_size(32)));
     using Loaded = float __attribute__((vector_size(32), aligned(4), may_alias));
-    constexpr qsizetype lanes = 4 * kBatch;
+    constexpr qsizetype lanes = qsizetype(4) * kBatch;
     static_assert(kBatch == 4);
     for (qsizetype x = 0; x < pixels; ++x, output += 4) {
         const ColumnSpan span = spans[x];

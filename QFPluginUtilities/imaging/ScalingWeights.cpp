@@ -64,7 +64,7 @@ Taps lanczos(const Line &line, int index)
     const int lowest = line.firstPixel();
     const int highest = line.lastPixel();
     Taps taps{std::clamp(from, lowest, highest), {}};
-    taps.weights.resize(size_t(std::clamp(to, lowest, highest) - taps.first + 1));
+    taps.weights.resize(size_t(std::clamp(to, lowest, highest) - taps.first) + 1);
     for (int pixel = from; pixel <= to; ++pixel)
         taps.weights[size_t(std::clamp(pixel, lowest, highest) - taps.first)] +=
             lanczosAt((pixel - centre) / stretch);

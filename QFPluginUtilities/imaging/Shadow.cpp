@@ -2,9 +2,11 @@
 
 #include "imaging/GaussianBlur.h"
 #include "imaging/Vectorised.h"
+#include "imaging/WorkingFormat.h"
 
 #include <QColor>
 #include <QPainter>
+#include <QRegion>
 
 #include <algorithm>
 #include <array>
@@ -12,13 +14,13 @@
 #include <new>
 #include <vector>
 
-using ImageOperations::Shadow;
-
 namespace {
 
 /// Farther away nothing of a picture or its shadow can be on a canvas.
 constexpr int kFarAway = 1'000'000;
 constexpr float kFull = 65'535;
+/// Cutting off what is not negative, plus this, is rounding.
+constexpr float kHalf = 0.5F;
 
 /// Where the picture's shadow lies and how it is blurred, across or down.
 struct Axis
@@ -71,7 +73,7 @@ public:
         _row.resize(_columns.size());
     }
 
-    [[nodiscard]] bool isEmptyAt(int y) const { return !_rows.empty() && _rows[size_t(y)] * kFull < 0.5F; }
+    [[nodiscard]] bool isEmptyAt(int y) const { return !_rows.empty() && _rows[size_t(y)] * kFull < kHalf; }
     /// Valid until the next call.
     [[nodiscard]] const quint16 *row(int y)
     {
@@ -79,7 +81,7 @@ public:
             return plane(y);
         const float factor = _rows[size_t(y)] * kFull;
         std::transform(_columns.begin(), _columns.end(), _row.begin(),
-                       [factor](float column) { return quint16(column * factor + 0.5F); });
+                       [factor](float column) { return quint16(column * factor + kHalf); });
         return _row.data();
     }
 
@@ -104,6 +106,11 @@ std::pair<int, int> overlap(int begin, int length, int low, int high)
     return {first, std::clamp(begin + length, first, high)};
 }
 
+quint16 toCoverage(float value)
+{
+    return quint16(int(std::min(std::max(value, 0.0F), kFull) + kHalf));
+}
+
 void Coverage::blur(const QImage &picture)
 {
     const GaussianBlur::Lines reaching(_down.sigma, _down.fraction, 1);
@@ -123,19 +130,22 @@ void Coverage::blurAcross(const QImage &picture, int firstRow, int rowCount)
         overlap(_across.begin, _across.length, -blur.reach(), _across.canvas + blur.reach());
     for (int top = 0; top < rowCount; top += lines) {
         const int used = std::min(lines, rowCount - top);
-        blur.clear();
+        std::array<const uchar *, lines> alphas{};
+        std::array<quint16 *, lines> outputs{};
         for (int line = 0; line < used; ++line) {
-            const QRgb *const pixels =
-                reinterpret_cast<const QRgb *>(picture.constScanLine(firstRow + top + line - _down.begin));
-            float *output = blur.input() + qsizetype(first + blur.reach()) * lines + line;
-            for (int x = first; x < end; ++x, output += lines)
-                *output = float(qAlpha(pixels[x - _across.begin])) * (kFull / 255);
+            alphas[size_t(line)] = picture.constScanLine(firstRow + top + line - _down.begin) + 3;
+            outputs[size_t(line)] = plane(top + line);
         }
-        const float *const blurred = blur.blurred();
-        for (int line = 0; line < used; ++line) {
-            quint16 *const output = plane(top + line);
-            for (int x = 0; x < _across.canvas; ++x)
-                output[x] = quint16(std::clamp(blurred[qsizetype(x) * lines + line] + 0.5F, 0.0F, kFull));
+        blur.clear();
+        float *input = blur.input() + qsizetype(first + blur.reach()) * lines;
+        for (qsizetype x = first - _across.begin; x < end - _across.begin; ++x, input += lines) {
+            for (size_t line = 0; line < size_t(used); ++line)
+                input[line] = float(alphas[line][x * 4]) * (kFull / 255);
+        }
+        const float *blurred = blur.blurred();
+        for (qsizetype x = 0; x < _across.canvas; ++x, blurred += lines) {
+            for (size_t line = 0; line < size_t(used); ++line)
+                outputs[line][x] = toCoverage(blurred[line]);
         }
     }
 }
@@ -154,7 +164,7 @@ void Coverage::blurDown(int firstRow, int rowCount, int reach)
         for (int y = 0; y < _down.canvas; ++y, blurred += lines) {
             quint16 *const output = plane(y) + left;
             for (int x = 0; x < used; ++x)
-                output[x] = quint16(std::clamp(blurred[x] + 0.5F, 0.0F, kFull));
+                output[x] = toCoverage(blurred[x]);
         }
     }
 }
@@ -177,8 +187,20 @@ QF_VECTORISED void blendTint(uchar *pixels, const quint16 *coverage, const float
         const float covered = float(coverage[x]) * (1 / kFull);
         for (int c = 0; c < 4; ++c)
             pixels[x * 4 + c] =
-                uchar(int(tint[c] * covered + float(pixels[x * 4 + c]) * (1 - left * covered) + 0.5F));
+                uchar(int(tint[c] * covered + float(pixels[x * 4 + c]) * (1 - left * covered) + kHalf));
     }
+}
+
+void fillAround(QImage &canvas, const QRect &hidden, const QColor &ground)
+{
+    if (hidden.isEmpty()) {
+        canvas.fill(ground);
+        return;
+    }
+    QPainter painter(&canvas);
+    painter.setCompositionMode(QPainter::CompositionMode_Source);
+    for (const QRect &part : QRegion(canvas.rect()) - hidden)
+        painter.fillRect(part, ground);
 }
 
 /// Where an opaque picture lies nothing of the shadow shows.
@@ -210,22 +232,24 @@ QImage ImageOperations::withShadow(const QImage &image, const QPoint &position, 
 {
     if (canvas.isEmpty())
         return {};
+    if (!image.isNull() && !isWorkingFormat(image))
+        return withShadow(inWorkingFormat(image), position, shadow, canvas, ground);
     const bool isOpaque = ground.isValid() && ground.alpha() == 255;
     QImage drawn(canvas, isOpaque ? QImage::Format_RGB32 : QImage::Format_ARGB32_Premultiplied);
     if (drawn.isNull())
         return {};
-    drawn.fill(ground.isValid() ? ground : QColor(Qt::transparent));
-    if (image.isNull())
-        return drawn;
     const QPoint at(std::clamp(position.x(), -kFarAway, kFarAway),
                     std::clamp(position.y(), -kFarAway, kFarAway));
+    const QRect hidden = image.hasAlphaChannel() ? QRect() : QRect(at, image.size()) & drawn.rect();
+    fillAround(drawn, hidden, ground.isValid() ? ground : QColor(Qt::transparent));
+    if (image.isNull())
+        return drawn;
     const double longest = std::max(canvas.width(), canvas.height());
     const double blur = shadow.blur > 0 ? std::min(shadow.blur, longest) : 0;
     try {
         Coverage coverage(image, Axis(at.x(), shadow.offset.x(), blur, image.width(), canvas.width()),
                           Axis(at.y(), shadow.offset.y(), blur, image.height(), canvas.height()));
-        const QRect covered = QRect(at, image.size()) & drawn.rect();
-        drawShadow(drawn, coverage, shadow.colour, image.hasAlphaChannel() ? QRect() : covered);
+        drawShadow(drawn, coverage, shadow.colour, hidden);
     } catch (const std::bad_alloc &) {
         return {};
     }

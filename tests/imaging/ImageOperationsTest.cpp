@@ -155,6 +155,9 @@ void ImageOperationsTest::turnsByOddAngles()
     }
     QVERIFY(turned({}, 7, {5, 5}).isNull());
     QVERIFY(turned(noisePicture({5, 5}, true, kSeed), 7, {0, 5}).isNull());
+    const QImage grey = smoothPicture({30, 20}).convertToFormat(QImage::Format_Grayscale8);
+    QCOMPARE(turned(grey, 90, {20, 30}),
+             grey.convertToFormat(QImage::Format_RGB32).transformed(QTransform().rotate(90)));
     // As many threads as there are make no difference: the upper half is turned alike on a canvas too small
     // for two of them.
     const QImage image = noisePicture({1'200, 900}, true, kSeed);

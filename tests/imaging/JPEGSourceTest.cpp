@@ -75,6 +75,8 @@ private Q_SLOTS:
     void readsGrey();
     void decodesPartsAndSizes_data();
     void decodesPartsAndSizes();
+    void decodesLargeOnesInParts_data();
+    void decodesLargeOnesInParts();
     void boundsScans();
 };
 
@@ -140,6 +142,49 @@ void JPEGSourceTest::decodesPartsAndSizes()
                 whole.copy(part).scaled(target, Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
             QCOMPARE_GE(likeness(source->scaled(part, target), expected), 33.0);
         }
+    }
+}
+
+void JPEGSourceTest::decodesLargeOnesInParts_data()
+{
+    QTest::addColumn<QByteArray>("bytes");
+    const QImage image = photo({4001, 2103});
+    QTest::newRow("half colour") << file(image, "jpeg", 75);
+    QTest::newRow("full colour") << file(image, "jpeg", 98);
+    QTest::newRow("grey") << file(image.convertToFormat(QImage::Format_Grayscale8), "jpeg", 90);
+    // Codes are made for the picture: there are only those that it needs.
+    QBuffer buffer;
+    buffer.open(QIODevice::WriteOnly);
+    QImageWriter writer(&buffer, "jpeg");
+    writer.setOptimizedWrite(true);
+    QVERIFY(writer.write(image));
+    QTest::newRow("own codes") << buffer.data();
+}
+
+void JPEGSourceTest::decodesLargeOnesInParts()
+{
+    QFETCH(QByteArray, bytes);
+    const ImageSourcePtr source = ImageSource::withData(bytes);
+    // Decoded in one go by others.
+    const QImage expected = QImage::fromData(bytes).convertToFormat(QImage::Format_RGB32);
+    const QImage whole = source->image();
+    QVERIFY(whole == expected);
+    const QRect part(517, 60, 2000, 2003);
+    QVERIFY(source->scaled(part, part.size()) == expected.copy(part));
+    QCOMPARE_GE(likeness(source->scaled(whole.rect(), {400, 210}),
+                         expected.scaled(400, 210, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)),
+                33.0);
+
+    for (const double share : {0.3, 0.7, 0.95}) {
+        const ImageSourcePtr cut = ImageSource::withData(bytes.left(qsizetype(share * double(bytes.size()))));
+        QVERIFY(cut->image().isNull());
+        QVERIFY(cut->scaled(whole.rect(), {400, 210}).isNull());
+    }
+    for (const double share : {0.3, 0.55, 0.8}) {
+        QByteArray broken = bytes;
+        broken.replace(qsizetype(share * double(bytes.size())), 3, "\x12\x34\x56");
+        const ImageSourcePtr damaged = ImageSource::withData(broken);
+        QVERIFY(damaged->image() == damaged->image());
     }
 }
 

@@ -1,0 +1,71 @@
+#pragma once
+
+#include <QByteArray>
+
+#include <array>
+#include <cstdint>
+#include <vector>
+
+/// A table of JPEG's entropy code: from bits to symbols and back.
+class HuffmanTable
+{
+public:
+    static constexpr int kLookupBits = 12;
+
+    /// What the next bits begin with.
+    struct Entry
+    {
+        uint8_t length = 0; ///< of the code, in bits; 0 when it is longer than the look-up or there is none
+        uint8_t symbol = 0;
+        uint8_t total = 0; ///< of the code and the number after it, whose length is the symbol's low half
+        uint8_t steps = 0; ///< coefficients that the symbol goes on by; 64 for the end of a block
+    };
+
+    /// As many symbols with their numbers as the next bits hold whole; the last one may end the block.
+    struct Run
+    {
+        uint8_t total = 0; ///< bits; 0 when not even one is whole
+        uint8_t steps = 0; ///< coefficients, without the end
+        bool endsBlock = false;
+    };
+
+    /// How a symbol is written; no bits when the table does not have it.
+    struct Code
+    {
+        uint16_t bits = 0;
+        uint8_t length = 0;
+    };
+
+    HuffmanTable() = default;
+    /// From the number of codes of each length and the symbols in order of their codes. Invalid when these do
+    /// not make a code.
+    HuffmanTable(QByteArrayView counts, QByteArrayView symbols);
+
+    [[nodiscard]] bool isValid() const { return !_entries.empty(); }
+    /// For the next 16 bits.
+    [[nodiscard]] Entry entry(uint32_t bits) const
+    {
+        const Entry entry = _entries[bits >> (16 - kLookupBits)];
+        return entry.length != 0 ? entry : longEntry(bits);
+    }
+    /// For the next `kLookupBits` bits.
+    [[nodiscard]] Run run(uint32_t bits) const { return _runs[bits]; }
+    [[nodiscard]] Code code(int symbol) const { return _codes[static_cast<size_t>(symbol)]; }
+
+private:
+    struct LongCode
+    {
+        uint32_t first = 0; ///< as 16 bits
+        uint32_t end = 0;
+        Entry entry;
+    };
+
+    [[nodiscard]] Entry longEntry(uint32_t bits) const;
+    void add(uint32_t code, int length, uint8_t symbol);
+    [[nodiscard]] Run runOf(uint32_t bits) const;
+
+    std::vector<Entry> _entries;
+    std::vector<Run> _runs;
+    std::vector<LongCode> _longCodes;
+    std::array<Code, 256> _codes{};
+};
