@@ -140,16 +140,20 @@ public:
     [[nodiscard]] QImage thumbnail(const QSize &target) const
     {
         VipsImage *out = nullptr;
-        vips_thumbnail_image(_image, &out, target.width(), "height", target.height(), "size", VIPS_SIZE_FORCE,
+        VipsImage *const rows = fromTop();
+        vips_thumbnail_image(rows, &out, target.width(), "height", target.height(), "size", VIPS_SIZE_FORCE,
                              nullptr);
+        g_object_unref(rows);
         return computed(out);
     }
 
     [[nodiscard]] QImage resized(const QSize &target) const
     {
         VipsImage *out = nullptr;
-        vips_resize(_image, &out, double(target.width()) / _image->Xsize, "vscale",
+        VipsImage *const rows = fromTop();
+        vips_resize(rows, &out, double(target.width()) / _image->Xsize, "vscale",
                     double(target.height()) / _image->Ysize, nullptr);
+        g_object_unref(rows);
         return computed(out);
     }
 
@@ -178,6 +182,14 @@ public:
     }
 
 private:
+    /// Read from the top once, as from a file: then libvips keeps the rows that it shrinks twice.
+    [[nodiscard]] VipsImage *fromTop() const
+    {
+        VipsImage *rows = nullptr;
+        vips_sequential(_image, &rows, nullptr);
+        return rows;
+    }
+
     QImage _pixels;
     std::vector<uchar> _bytes;
     VipsImage *_image = nullptr;
