@@ -107,7 +107,6 @@ void QfTest::exitsAsTold_data()
     row({u"convert"_s, u"-"_s, u"o"_s, u"--json"_s, u"--report"_s, u"-"_s}, 2, "qf: --json and --report");
     row({u"convert"_s, u"-"_s}, 2, "qf: a document and an output are needed");
     row({u"image"_s, u"-"_s}, 2, "qf: two files are needed");
-    row({u"image"_s, u"/none.jpg"_s, u"/tmp"_s}, 1, "{\"height\":0,\"status\":-50,\"width\":0}");
     row({u"image"_s, u"-"_s, u"o"_s, u"--width"_s, u"wide"_s}, 2, "qf: --width, --height and --quality");
     row({u"image"_s, u"-"_s, u"o"_s, u"--attributes"_s, u"[]"_s}, 2, "qf: --attributes is neither");
     row({u"metadata"_s}, 2, "qf: one file is needed; see qf metadata");
@@ -291,6 +290,9 @@ void QfTest::transformsPictures()
     QCOMPARE(contents(folder.filePath(u"out.gif"_s)).left(4), QByteArray("GIF8"));
     QVERIFY(!printed({u"--format"_s, u"BMPf"_s}).isEmpty());
     QCOMPARE(contents(folder.filePath(u"out.gif"_s)).left(2), QByteArray("BM"));
+    const Ended failed = qf({u"image"_s, u"-"_s, u"out.gif"_s}, "no picture", folder.path());
+    QCOMPARE(failed.code, 1);
+    QCOMPARE(failed.output, QByteArray("{\"height\":0,\"status\":-50,\"width\":0}\n"));
 }
 
 void QfTest::tellsMetadata()
