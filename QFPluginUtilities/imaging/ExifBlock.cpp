@@ -8,6 +8,7 @@
 
 namespace {
 
+constexpr quint16 kCompression = 0x0103;
 constexpr quint16 kOrientation = 0x0112;
 constexpr quint16 kExifDirectory = 0x8769;
 constexpr int kEntrySize = 12;
@@ -106,15 +107,25 @@ ExifBlock ExifBlock::withData(const QByteArray &data)
 
 std::optional<int> ExifBlock::orientation() const
 {
+    const std::optional<quint32> code = firstDirectoryNumber(kOrientation);
+    return code >= 1 && code <= 8 ? std::optional<int>(*code) : std::nullopt;
+}
+
+std::optional<quint32> ExifBlock::compression() const
+{
+    return firstDirectoryNumber(kCompression);
+}
+
+/// A number of the first directory; some writers use a wider type than they should.
+std::optional<quint32> ExifBlock::firstDirectoryNumber(quint16 tag) const
+{
     const auto directory = number(4, 4);
-    const auto bytes = directory ? entry(*directory, kOrientation) : std::nullopt;
-    // Some writers use a wider number.
-    quint32 code = 0;
+    const auto bytes = directory ? entry(*directory, tag) : std::nullopt;
     if (bytes && bytes->size() == 2)
-        code = qFromUnaligned<quint16>(bytes->constData());
-    else if (bytes && bytes->size() == 4)
-        code = qFromUnaligned<quint32>(bytes->constData());
-    return code >= 1 && code <= 8 ? std::optional<int>(code) : std::nullopt;
+        return qFromUnaligned<quint16>(bytes->constData());
+    if (bytes && bytes->size() == 4)
+        return qFromUnaligned<quint32>(bytes->constData());
+    return {};
 }
 
 std::optional<QByteArray> ExifBlock::item(quint16 tag) const

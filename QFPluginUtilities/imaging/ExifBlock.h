@@ -20,12 +20,16 @@ public:
 
     /// 1 to 8; nothing for any other value.
     [[nodiscard]] std::optional<int> orientation() const;
+    /// How a TIFF file's first picture is compressed, by the code of its tag Compression; nothing where that
+    /// is not said.
+    [[nodiscard]] std::optional<quint32> compression() const;
     /// Bytes of an item of the EXIF directory, the first of several of one tag. Numbers are in this machine's
     /// order; characters and undefined bytes are as they are. Nothing for one that is missing, of an unknown
     /// type, or partly beyond the end.
     [[nodiscard]] std::optional<QByteArray> item(quint16 tag) const;
 
 private:
+    [[nodiscard]] std::optional<quint32> firstDirectoryNumber(quint16 tag) const;
     [[nodiscard]] std::optional<quint32> number(qsizetype position, int bytes) const;
     [[nodiscard]] std::optional<QByteArray> entry(quint32 directory, quint16 tag) const;
     [[nodiscard]] std::optional<QByteArray> value(qsizetype entryPosition) const;

@@ -1,5 +1,6 @@
 #include "media/NSImage.h"
 
+#include "imaging/ExifBlock.h"
 #include "imaging/ImageOperations.h"
 
 #include <QColorSpace>
@@ -38,9 +39,18 @@ NSBitmapImageRep::NSBitmapImageRep(ImageSourcePtr source)
 
 NSBitmapImageRep::Compression NSBitmapImageRep::compression() const
 {
-    if (_source && _source->format() == ImageSource::Format::JPEG)
+    if (!_source)
+        return Compression::None;
+    if (_source->format() == ImageSource::Format::JPEG)
         return Compression::JPEG;
-    return Compression::None;
+    if (_source->format() != ImageSource::Format::TIFF)
+        return Compression::None;
+    // The platform's codes are not those of the files: TIFF 6.0 has 6 for its first kind of JPEG, and its
+    // second supplement 7 for the one in use.
+    const quint32 code = ExifBlock::inPicture(_source->data()).compression().value_or(1);
+    if (code == 7)
+        return Compression::JPEG;
+    return code == 6 ? Compression::OldJPEG : Compression::None;
 }
 
 QImage NSBitmapImageRep::drawn(const QRect &crop, const QSize &target) const

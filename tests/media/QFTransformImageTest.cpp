@@ -236,6 +236,14 @@ private Q_SLOTS:
         QVERIFY(!QFImage::isJPEGImage(image));
         QVERIFY(QFImage::isJPEGImage(*NSImage::imageWithData(fileOf(pictureOf(9, 9), "JPEG"))));
         QVERIFY(!QFImage::isJPEGImage(*NSImage::imageWithData(fileOf(pictureOf(9, 9), "PNG"))));
+        // TIFF files tell by the value of their tag Compression.
+        QByteArray tiff = fileOf(pictureOf(9, 9), "TIFF");
+        const qsizetype tag = tiff.indexOf(QByteArray("\x03\x01\x03\x00\x01\x00\x00\x00", 8)) + 8;
+        QVERIFY(tag > 8 && !QFImage::isJPEGImage(*NSImage::imageWithData(tiff)));
+        for (const char code : {6, 7}) {
+            tiff[tag] = code;
+            QVERIFY(QFImage::isJPEGImage(*NSImage::imageWithData(tiff)));
+        }
     }
     void cropsAndScalesPlainPictures()
     {
