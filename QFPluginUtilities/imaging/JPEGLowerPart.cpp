@@ -250,7 +250,7 @@ private:
     {
         const HuffmanTable &dc = _scan.dcTables[static_cast<size_t>(component.dcTable)];
         const HuffmanTable::Code end = _scan.acTables[static_cast<size_t>(component.acTable)].code(0);
-        int bits = std::bit_width(static_cast<uint>(std::abs(wanted)));
+        auto bits = static_cast<int>(std::bit_width(static_cast<uint>(std::abs(wanted))));
         while (bits > 0 && dc.code(bits).length == 0)
             --bits;
         const HuffmanTable::Code code = dc.code(bits);

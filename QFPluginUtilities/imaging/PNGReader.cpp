@@ -19,15 +19,15 @@ qsizetype rowLength(const PNGLayout &layout)
     return qsizetype(layout.size.width()) * layout.channels();
 }
 
-QF_VECTORISED void convertRGB(const uchar *bytes, QRgb *row, int width)
+QF_VECTORISED void convertRGB(const uchar *bytes, QRgb *row, qsizetype width)
 {
-    for (int x = 0; x < width; ++x)
+    for (qsizetype x = 0; x < width; ++x)
         row[x] = 0xFF000000U | (uint(bytes[3 * x]) << 16) | (uint(bytes[3 * x + 1]) << 8) | bytes[3 * x + 2];
 }
 
-QF_VECTORISED void convertRGBA(const uchar *bytes, QRgb *row, int width)
+QF_VECTORISED void convertRGBA(const uchar *bytes, QRgb *row, qsizetype width)
 {
-    for (int x = 0; x < width; ++x)
+    for (qsizetype x = 0; x < width; ++x)
         row[x] = (uint(bytes[4 * x + 3]) << 24) | (uint(bytes[4 * x]) << 16) | (uint(bytes[4 * x + 1]) << 8) |
                  bytes[4 * x + 2];
 }
@@ -102,8 +102,8 @@ void PNGReader::convert(const uchar *bytes, QRgb *row) const
         std::transform(bytes, bytes + width, row, [this](uchar index) { return _palette[index]; });
         break;
     case Colours::GreyAlpha:
-        for (int x = 0; x < width; ++x)
-            row[x] = qRgba(bytes[2 * x], bytes[2 * x], bytes[2 * x], bytes[2 * x + 1]);
+        for (int x = 0; x < width; ++x, bytes += 2)
+            row[x] = qRgba(bytes[0], bytes[0], bytes[0], bytes[1]);
         break;
     }
 }
