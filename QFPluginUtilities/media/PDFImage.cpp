@@ -6,12 +6,21 @@
 #include <QPainter>
 #include <QPdfDocument>
 
+#include <algorithm>
 #include <mutex>
 
 namespace {
 
 constexpr qint64 kMaximumFileBytes = qint64(512) * 1024 * 1024;
 constexpr double kMaximumPoints = 14400; // the side of a page, ISO 32000-1, Annex C
+
+/// Whether it looks like a whole document: with its header and, near the end, the place of its directory. QtPdf
+/// 6.4 leaks what it has read of anything else.
+bool isDocument(const QByteArray &data)
+{
+    constexpr qsizetype kTrailer = 2048;
+    return data.startsWith("%PDF-") && data.last(std::min(kTrailer, data.size())).contains("startxref");
+}
 
 /// A document for as long as it takes to look at it.
 class Document
@@ -20,7 +29,7 @@ public:
     explicit Document(const QByteArray &data)
     {
         _buffer.setData(data);
-        if (data.startsWith("%PDF-") && _buffer.open(QIODevice::ReadOnly))
+        if (_buffer.open(QIODevice::ReadOnly))
             _document.load(&_buffer);
     }
 
@@ -47,7 +56,7 @@ std::mutex &pdfLock()
 
 NSImagePtr PDFImage::imageWithData(const QByteArray &data)
 {
-    if (!data.startsWith("%PDF-"))
+    if (!isDocument(data))
         return nullptr;
     const std::lock_guard lock(pdfLock());
     Document document(data);
