@@ -90,6 +90,18 @@ private:
     mutable std::atomic<bool> _hasFailed = false;
 };
 
+/// The picture in a file; nullptr, after logging, for what cannot be read as a picture.
+ImageSourcePtr sourceOf(const QString &path)
+{
+    ImageSourcePtr source = withoutThrowing([&] { return ImageSource::withFile(path); });
+    if (!source) {
+        const qint32 status = QFile::exists(path) ? QFQTExport::noCodecErr : QFQTExport::fnfErr;
+        const QString text = u"[QFQTExport getImageDescription] failed for %@ with status=%d\n"_s;
+        logFailure(qfMediaLog(), u"image"_s, formatted(text, {path, status}), path);
+    }
+    return source;
+}
+
 /// Creates or empties the file; 0 or the system's error number. Never waits for a pipe's other end.
 int emptied(const QString &path)
 {
@@ -122,10 +134,8 @@ struct QFQTExport::Rendering
 std::unique_ptr<QFQTExport> QFQTExport::exporterWithFile(const QString &path)
 {
     std::unique_ptr<QFQTExport> exporter(new QFQTExport);
-    if (getImageDescription(path)) {
-        exporter->_imageSource = withoutThrowing([&] { return ImageSource::withFile(path); });
-        exporter->_image = NSImage::imageWithSource(exporter->_imageSource);
-    }
+    exporter->_imageSource = sourceOf(path);
+    exporter->_image = NSImage::imageWithSource(exporter->_imageSource);
     return exporter;
 }
 
@@ -270,12 +280,8 @@ QImage QFQTExport::resizedCGImage(const QImage &image, NSSize size) const
 
 std::optional<QFQTExport::ImageDescription> QFQTExport::getImageDescription(const QString &path)
 {
-    const ImageSourcePtr source = withoutThrowing([&] { return ImageSource::withFile(path); });
-    if (source)
-        return ImageDescription{source->data().size(), source->size().width(), source->size().height()};
-    const qint32 status = QFile::exists(path) ? noCodecErr : fnfErr;
-    logFailure(qfMediaLog(), u"image"_s,
-               formatted(u"[QFQTExport getImageDescription] failed for %@ with status=%d\n", {path, status}),
-               path);
-    return std::nullopt;
+    const ImageSourcePtr source = sourceOf(path);
+    if (!source)
+        return std::nullopt;
+    return ImageDescription{source->data().size(), source->size().width(), source->size().height()};
 }
