@@ -171,6 +171,11 @@ bool JPEGDecoder::isGrey() const
     return d->decoder.num_components == 1;
 }
 
+bool JPEGDecoder::isYCbCr() const
+{
+    return d->decoder.jpeg_color_space == JCS_YCbCr;
+}
+
 QByteArray JPEGDecoder::profile()
 {
     unsigned int length = 0;

@@ -23,6 +23,8 @@ public:
     [[nodiscard]] QSize size() const;
     [[nodiscard]] Rows rows() const;
     [[nodiscard]] bool isGrey() const;
+    /// Whether the file holds luminance and colour differences.
+    [[nodiscard]] bool isYCbCr() const;
     /// The embedded ICC profile; empty without one.
     [[nodiscard]] QByteArray profile();
 

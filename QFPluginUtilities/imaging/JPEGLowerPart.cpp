@@ -129,7 +129,7 @@ public:
         for (; count > 0; --count) {
             for (qsizetype i = 0; i < _scan.components.size(); ++i) {
                 const JPEGScan::Component &component = _scan.components[i];
-                for (int block = 0; block < component.blocks; ++block) {
+                for (int block = 0; block < component.blocks(); ++block) {
                     if (!skipBlock(component, _predictions[static_cast<size_t>(i)]))
                         return false;
                 }
@@ -236,7 +236,7 @@ public:
     {
         for (int unit = 0; unit < _scan.unitsAcross; ++unit) {
             for (qsizetype i = 0; i < _scan.components.size(); ++i) {
-                for (int block = 0; block < _scan.components[i].blocks; ++block) {
+                for (int block = 0; block < _scan.components[i].blocks(); ++block) {
                     if (!putBlock(_scan.components[i], _wanted[static_cast<size_t>(i)]))
                         return false;
                 }

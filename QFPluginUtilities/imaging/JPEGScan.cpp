@@ -13,6 +13,7 @@ enum Marker : quint8 {
     LastFrame = 0xCF,
     EndOfImage = 0xD9,
     StartOfScan = 0xDA,
+    Quantisers = 0xDB,
     RestartInterval = 0xDD
 };
 
@@ -37,6 +38,22 @@ bool readTables(QByteArrayView segment, JPEGScan &scan)
     return true;
 }
 
+bool readQuantisers(QByteArrayView segment, JPEGScan &scan)
+{
+    BigEndianCursor at(segment);
+    while (at.left() > 0) {
+        const auto kind = at.number<quint8>();
+        if ((kind & 0xECU) != 0)
+            return false;
+        auto &quantiser = scan.quantisers[kind & 3U].emplace();
+        for (quint16 &factor : quantiser)
+            factor = kind >= 0x10 ? at.number<quint16>() : at.number<quint8>();
+        if (!at.isGood())
+            return false;
+    }
+    return true;
+}
+
 bool readFrame(QByteArrayView segment, qsizetype position, JPEGScan &scan)
 {
     constexpr int kBlock = 8;
@@ -51,13 +68,15 @@ bool readFrame(QByteArrayView segment, qsizetype position, JPEGScan &scan)
     for (int i = 0; i < count; ++i) {
         const auto id = at.number<quint8>();
         const auto sampling = at.number<quint8>();
-        (void)at.number<quint8>();
+        const auto quantiser = at.number<quint8>();
         // A scan of one component has units of one block, whatever the file says.
         const int h = count == 1 ? 1 : sampling >> 4;
         const int v = count == 1 ? 1 : sampling & 0x0F;
         across = std::max(across, h);
         down = std::max(down, v);
-        scan.components.append({id, h * v, 0, 0});
+        if (quantiser >= scan.quantisers.size())
+            return false;
+        scan.components.append({id, h, v, quantiser, 0, 0});
     }
     scan.unitRows = kBlock * down;
     scan.unitsAcross = (scan.width + kBlock * across - 1) / (kBlock * across);
@@ -65,7 +84,7 @@ bool readFrame(QByteArrayView segment, qsizetype position, JPEGScan &scan)
     constexpr int kMostBlocks = 10;
     int blocks = 0;
     for (const auto &component : scan.components)
-        blocks += component.blocks;
+        blocks += component.blocks();
     return at.isGood() && depth == 8 && scan.width > 0 && scan.height > 0 && blocks > 0 &&
            blocks <= kMostBlocks;
 }
@@ -106,6 +125,7 @@ std::optional<JPEGScan> JPEGScan::ofFile(const QByteArray &file)
         const bool isFrame = marker == Baseline || marker == Extended;
         if ((isFrame && (!scan.components.isEmpty() || !readFrame(segment, position, scan))) ||
             (marker == HuffmanTables && !readTables(segment, scan)) ||
+            (marker == Quantisers && !readQuantisers(segment, scan)) ||
             (marker == RestartInterval && BigEndianCursor(segment).number<quint16>() != 0))
             return std::nullopt;
         if (marker == StartOfScan) {

@@ -2,6 +2,7 @@
 
 #include "imaging/JPEGHalvesReader.h"
 #include "imaging/JPEGReader.h"
+#include "imaging/JPEGReducedReader.h"
 #include "platform/WithoutThrowing.h"
 
 namespace {
@@ -56,6 +57,11 @@ QImage JPEGSource::withReader(int eighths, const QRect &part, Work work) const
 {
     const auto read = [&](auto &&reader) { return reader.isValid() ? work(reader) : QImage(); };
     return withoutThrowing([&] {
+        if (eighths < 8) {
+            const QImage image = read(JPEGReducedReader(data(), eighths, part));
+            if (!image.isNull())
+                return image;
+        }
         return JPEGHalvesReader::isFor(size(), eighths, part) ? read(JPEGHalvesReader(data(), eighths, part))
                                                               : read(JPEGReader(data(), eighths, part));
     });
