@@ -19,7 +19,7 @@ uint8_t stepsOf(uint8_t symbol)
 
 HuffmanTable::HuffmanTable(QByteArrayView counts, QByteArrayView symbols)
 {
-    _entries.resize(size_t(1) << kLookupBits);
+    _entries.resize(size_t(1) << kCodeBits);
     uint32_t code = 0;
     qsizetype next = 0;
     for (int length = 1; length <= kLongestCode; ++length, code <<= 1) {
@@ -31,7 +31,7 @@ HuffmanTable::HuffmanTable(QByteArrayView counts, QByteArrayView symbols)
             add(code, length, static_cast<uint8_t>(symbols[next]));
         }
     }
-    for (uint32_t bits = 0; bits < _entries.size(); ++bits)
+    for (uint32_t bits = 0; bits < 1U << kRunBits; ++bits)
         _runs.push_back(runOf(bits));
 }
 
@@ -40,13 +40,14 @@ HuffmanTable::Run HuffmanTable::runOf(uint32_t bits) const
     constexpr uint8_t kEnd = 64;
     Run run;
     while (!run.endsBlock) {
-        const Entry entry = _entries[(bits << run.total) & ((1U << kLookupBits) - 1)];
-        if (entry.length == 0 || run.total + entry.total > kLookupBits)
+        const Entry next = entry((bits << (kLongestCode - kRunBits + run.total)) & 0xFFFFU);
+        if (next.length == 0 || run.total + next.total > kRunBits)
             break;
-        run.total = static_cast<uint8_t>(run.total + entry.total);
-        run.endsBlock = entry.steps == kEnd;
-        if (!run.endsBlock)
-            run.steps = static_cast<uint8_t>(run.steps + entry.steps);
+        run.total = static_cast<uint16_t>(run.total + next.total);
+        if (next.steps == kEnd)
+            run.endsBlock = 1;
+        else
+            run.steps = static_cast<uint16_t>(run.steps + next.steps);
     }
     return run;
 }
@@ -58,18 +59,17 @@ void HuffmanTable::add(uint32_t code, int length, uint8_t symbol)
     _codes[symbol] = {static_cast<uint16_t>(code), bits};
     const uint32_t first = code << (kLongestCode - length);
     const uint32_t end = (code + 1) << (kLongestCode - length);
-    if (length > kLookupBits) {
+    if (length > kCodeBits) {
         _longCodes.push_back({first, end, entry});
         return;
     }
-    constexpr int kDropped = kLongestCode - kLookupBits;
+    constexpr int kDropped = kLongestCode - kCodeBits;
     std::fill(_entries.begin() + (first >> kDropped), _entries.begin() + (end >> kDropped), entry);
 }
 
 HuffmanTable::Entry HuffmanTable::longEntry(uint32_t bits) const
 {
-    const auto found = std::find_if(_longCodes.begin(), _longCodes.end(), [&](const LongCode &code) {
-        return code.first <= bits && bits < code.end;
-    });
-    return found == _longCodes.end() ? Entry() : found->entry;
+    const auto found = std::partition_point(_longCodes.begin(), _longCodes.end(),
+                                            [bits](const LongCode &code) { return code.end <= bits; });
+    return found == _longCodes.end() || bits < found->first ? Entry() : found->entry;
 }

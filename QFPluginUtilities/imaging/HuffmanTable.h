@@ -10,7 +10,9 @@
 class HuffmanTable
 {
 public:
-    static constexpr int kLookupBits = 12;
+    /// Of the look-up for codes; small enough for all tables of a picture to stay in the nearest cache.
+    static constexpr int kCodeBits = 9;
+    static constexpr int kRunBits = 12;
 
     /// What the next bits begin with.
     struct Entry
@@ -24,9 +26,9 @@ public:
     /// As many symbols with their numbers as the next bits hold whole; the last one may end the block.
     struct Run
     {
-        uint8_t total = 0; ///< bits; 0 when not even one is whole
-        uint8_t steps = 0; ///< coefficients, without the end
-        bool endsBlock = false;
+        uint16_t total : 5 = 0; ///< bits; 0 when not even one is whole
+        uint16_t steps : 7 = 0; ///< coefficients, without the end
+        uint16_t endsBlock : 1 = 0;
     };
 
     /// How a symbol is written; no bits when the table does not have it.
@@ -45,10 +47,10 @@ public:
     /// For the next 16 bits.
     [[nodiscard]] Entry entry(uint32_t bits) const
     {
-        const Entry entry = _entries[bits >> (16 - kLookupBits)];
+        const Entry entry = _entries[bits >> (16 - kCodeBits)];
         return entry.length != 0 ? entry : longEntry(bits);
     }
-    /// For the next `kLookupBits` bits.
+    /// For the next `kRunBits` bits.
     [[nodiscard]] Run run(uint32_t bits) const { return _runs[bits]; }
     [[nodiscard]] Code code(int symbol) const { return _codes[static_cast<size_t>(symbol)]; }
 

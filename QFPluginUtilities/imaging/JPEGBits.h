@@ -5,8 +5,9 @@
 #include <QByteArray>
 #include <QtEndian>
 
-/// Reads the entropy code of a JPEG scan, in which a zero follows each byte of all ones. Beyond the end, which
-/// any marker is, come zeros. A value that is copied into a loop and back, so that it stays in registers there.
+/// Reads the entropy code of a JPEG scan, in which a zero follows each byte of all ones. Beyond the end,
+/// which any marker is, come zeros. A value that is copied into a loop and back, so that it stays in
+/// registers there.
 class JPEGBits
 {
 public:
@@ -47,7 +48,9 @@ public:
             return 0;
         const auto value = static_cast<int>(peek(bits));
         drop(bits);
-        return value < 1 << (bits - 1) ? value - (1 << bits) + 1 : value;
+        // Without a branch: half of all numbers are negative, in no order.
+        const int ifNegative = (value >> (bits - 1)) - 1;
+        return value + (ifNegative & (1 - (1 << bits)));
     }
     /// Whether more has been read than there is.
     [[nodiscard]] bool isBeyondEnd() const { return _have < _padding; }
@@ -58,7 +61,7 @@ public:
         JPEGBits bits = *this;
         while (coefficient < 64) {
             bits.refill();
-            const HuffmanTable::Run run = table.run(bits.peek(HuffmanTable::kLookupBits));
+            const HuffmanTable::Run run = table.run(bits.peek(HuffmanTable::kRunBits));
             if (run.total != 0 && coefficient + run.steps < 64) {
                 bits.drop(run.total);
                 coefficient += run.endsBlock ? 64 : run.steps;

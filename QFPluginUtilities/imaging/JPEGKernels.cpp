@@ -85,26 +85,28 @@ float scale(int column, int row)
     return part(column) * part(row);
 }
 
+/// As a whole number, which compilers know how to clamp many at a time.
+static inline int level(float value)
+{
+    return std::min(std::max(int(value + 0.5F), 0), 255);
+}
+
 QF_VECTORISED void toPixels(const float *y, const float *blue, const float *red, QRgb *pixels, int count)
 {
-    const auto level = [](float value) { return std::min(std::max(value, 0.0F), 255.0F); };
     for (int x = 0; x < count; ++x) {
-        const float light = level(y[x]) + 0.5F;
-        const float b = level(blue[x]) - 128;
-        const float r = level(red[x]) - 128;
-        const auto redPart = quint32(int(level(light + 1.402F * r)));
-        const auto greenPart = quint32(int(level(light - 0.344136F * b - 0.714136F * r)));
-        const auto bluePart = quint32(int(level(light + 1.772F * b)));
-        pixels[x] = 0xFF000000U | redPart << 16 | greenPart << 8 | bluePart;
+        const auto light = float(level(y[x]));
+        const auto b = float(level(blue[x]) - 128);
+        const auto r = float(level(red[x]) - 128);
+        pixels[x] = 0xFF000000U | quint32(level(light + 1.402F * r)) << 16 |
+                    quint32(level(light - 0.344136F * b - 0.714136F * r)) << 8 |
+                    quint32(level(light + 1.772F * b));
     }
 }
 
 QF_VECTORISED void greyToPixels(const float *y, QRgb *pixels, int count)
 {
-    for (int x = 0; x < count; ++x) {
-        const float light = std::min(std::max(y[x], 0.0F), 255.0F) + 0.5F;
-        pixels[x] = 0xFF000000U | quint32(int(light)) * 0x010101U;
-    }
+    for (int x = 0; x < count; ++x)
+        pixels[x] = 0xFF000000U | quint32(level(y[x])) * 0x010101U;
 }
 
 } // namespace JPEGKernels

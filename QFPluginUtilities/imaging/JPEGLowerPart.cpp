@@ -100,7 +100,7 @@ bool skipCoefficients(BitReader &shared, const HuffmanTable &table)
     BitReader bits = shared;
     for (int coefficient = 1; coefficient < 64;) {
         bits.refill();
-        const HuffmanTable::Run run = table.run(bits.peek(HuffmanTable::kLookupBits));
+        const HuffmanTable::Run run = table.run(bits.peek(HuffmanTable::kRunBits));
         if (run.total != 0 && coefficient + run.steps < 64) {
             bits.drop(run.total);
             coefficient += run.endsBlock ? 64 : run.steps;

@@ -34,13 +34,13 @@ int reduced(int pixels, int eighths)
 
 } // namespace
 
-JPEGReducedReader::JPEGReducedReader(const QByteArray &file, int eighths, const QRect &part, int firstUnitRow)
+JPEGReducedReader::JPEGReducedReader(const QByteArray &file, int eighths, const QRect &part, double leftOut)
     : _file(file), _bits(QByteArrayView())
 {
-    _isValid = start(file, eighths, part, firstUnitRow);
+    _isValid = start(file, eighths, part, leftOut);
 }
 
-bool JPEGReducedReader::start(const QByteArray &file, int eighths, const QRect &part, int firstUnitRow)
+bool JPEGReducedReader::start(const QByteArray &file, int eighths, const QRect &part, double leftOut)
 {
     JPEGDecoder decoder(file);
     auto scan = JPEGScan::ofFile(file);
@@ -59,11 +59,12 @@ bool JPEGReducedReader::start(const QByteArray &file, int eighths, const QRect &
     _rowsAtOnce = _scan.unitRows * eighths / 8;
     _nextRow = _rowsAtOnce;
 
-    const int skipped = std::max(firstUnitRow, part.top() / _scan.unitRows);
+    const int skipped = std::max(int(leftOut * _scan.unitsDown), part.top() / _scan.unitRows);
     const int left = _firstUnit * unitWidth * eighths / 8;
     const int top = skipped * _rowsAtOnce;
     const double scale = eighths / 8.0;
-    _part = QRectF(part.x() * scale - left, part.y() * scale - top, part.width() * scale, part.height() * scale);
+    _part =
+        QRectF(part.x() * scale - left, part.y() * scale - top, part.width() * scale, part.height() * scale);
     _size = {std::min(_endUnit * unitWidth * eighths / 8, reduced(_scan.width, eighths)) - left,
              reduced(_scan.height, eighths) - top};
     _bits = JPEGBits(QByteArrayView(_file).sliced(_scan.dataAt));
