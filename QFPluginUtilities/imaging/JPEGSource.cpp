@@ -10,18 +10,23 @@
 
 namespace {
 
-/// How much larger than the result a reduced picture must be, so that reducing adds no false patterns.
-constexpr double kMargin = 2;
 constexpr int kWhole = 8; ///< eighths
 
-int eighthsFor(QSize crop, QSize target)
+/// How much larger than the result a reduced picture must be, so that reducing adds no false patterns: on a
+/// zone plate what is left of rings that are too fine stays below what others leave who scale with a margin
+/// of two. The means of whole blocks, and what the common decoder makes, let more through.
+constexpr double kMargin = 2;
+constexpr double kMarginOfOwn = 1.85;
+
+int eighthsFor(QSize crop, QSize target, double margin)
 {
     for (const int eighths : {1, 2, 4}) {
-        if (crop.width() * eighths >= kMargin * 8 * target.width() &&
-            crop.height() * eighths >= kMargin * 8 * target.height())
+        const double factor = kWhole * (eighths == 1 ? kMargin : margin);
+        if (crop.width() * eighths >= factor * target.width() &&
+            crop.height() * eighths >= factor * target.height())
             return eighths;
     }
-    return 8;
+    return kWhole;
 }
 
 /// Before the lower part can be decoded, the code above it has to be gone through. With these shares of the
@@ -73,36 +78,38 @@ ImageSourcePtr JPEGSource::withBytes(const QByteArray &data)
     return ImageSourcePtr(new JPEGSource(decoder.size(), data));
 }
 
+/// What `work` makes of the file's rows.
+template <typename Reader, typename MakeLower, typename Work>
+QImage JPEGSource::read(int eighths, const QRect &part, MakeLower makeLower, Work work) const
+{
+    auto reader = std::make_unique<Reader>(data(), eighths, part);
+    if (!reader->isValid())
+        return {};
+    if (!JPEGHalvesReader::isFor(size(), eighths, part))
+        return work(*reader);
+    JPEGHalvesReader halves(std::move(reader), [&] { return makeLower(data(), eighths, part); });
+    return work(halves);
+}
+
 QImage JPEGSource::image() const
 {
-    return withReader(kWhole, QRect(QPoint(), size()), [](auto &reader) { return reader.image(); });
+    return withoutThrowing([this] {
+        return read<JPEGReader>(kWhole, QRect(QPoint(), size()), lowerOfAny,
+                                [](PartReader &reader) { return reader.image(); });
+    });
 }
 
 QImage JPEGSource::scaled(const QRect &crop, const QSize &target) const
 {
     if (!canScale(crop, target))
         return {};
-    return withReader(eighthsFor(crop.size(), target), crop,
-                      [&](auto &reader) { return reader.scaled(reader.part(), target); });
-}
-
-/// What `work` makes of the file's rows, read the quickest way that there is for the file.
-template <typename Work>
-QImage JPEGSource::withReader(int eighths, const QRect &part, Work work) const
-{
-    const bool inHalves = JPEGHalvesReader::isFor(size(), eighths, part);
-    const auto read = [&](auto reader, auto makeLower) {
-        if (!reader->isValid())
-            return QImage();
-        if (!inHalves)
-            return work(*reader);
-        JPEGHalvesReader halves(std::move(reader), [&] { return makeLower(data(), eighths, part); });
-        return work(halves);
-    };
     return withoutThrowing([&] {
+        const auto scale = [&](PartReader &reader) { return reader.scaled(reader.part(), target); };
         QImage image;
-        if (eighths < kWhole)
-            image = read(std::make_unique<JPEGReducedReader>(data(), eighths, part), lowerOfReduced);
-        return image.isNull() ? read(std::make_unique<JPEGReader>(data(), eighths, part), lowerOfAny) : image;
+        if (const int eighths = eighthsFor(crop.size(), target, kMarginOfOwn); eighths < kWhole)
+            image = read<JPEGReducedReader>(eighths, crop, lowerOfReduced, scale);
+        if (image.isNull())
+            image = read<JPEGReader>(eighthsFor(crop.size(), target, kMargin), crop, lowerOfAny, scale);
+        return image;
     });
 }
