@@ -1,41 +1,34 @@
 #pragma once
 
-#include "imaging/PartReader.h"
+#include "imaging/JPEGReader.h"
+#include "imaging/RowReader.h"
 
 #include <atomic>
 #include <condition_variable>
-#include <functional>
 #include <memory>
 #include <mutex>
 #include <thread>
 #include <vector>
 
 /// Rows of a large JPEG file. Its lower part is decoded on another thread at the same time, where the file
-/// allows that, and held until it is read. The rows are those of the reader of the upper part.
-class JPEGHalvesReader final : public PartReader
+/// allows that, and held until it is read. The rows are those of a JPEGReader.
+class JPEGHalvesReader final : public RowReader
 {
 public:
-    /// Its last `rows` rows are the picture's last rows.
-    struct Lower
-    {
-        std::unique_ptr<PartReader> reader; ///< nullptr when the file does not allow it
-        int rows = 0;
-    };
-
     /// Whether a picture is so large, but not too large to be held, that this is worth its while.
     [[nodiscard]] static bool isFor(QSize size, int eighths, const QRect &part);
 
-    /// `upper` can read all rows; `makeLower` makes a reader, of which the rows before the last have been
-    /// read, on the other thread.
-    JPEGHalvesReader(std::unique_ptr<PartReader> upper, std::function<Lower()> makeLower);
+    /// See JPEGReader.
+    JPEGHalvesReader(const QByteArray &file, int eighths, const QRect &part);
     ~JPEGHalvesReader() override;
 
-    [[nodiscard]] bool isValid() const override { return _upper->isValid(); }
-    [[nodiscard]] QRectF part() const override { return _upper->part(); }
-    [[nodiscard]] QSize size() const override { return _upper->size(); }
-    [[nodiscard]] bool isOpaque() const override { return _upper->isOpaque(); }
+    [[nodiscard]] bool isValid() const { return _upper.isValid(); }
+    [[nodiscard]] QRectF part() const { return _upper.part(); }
+
+    [[nodiscard]] QSize size() const override { return _upper.size(); }
+    [[nodiscard]] bool isOpaque() const override { return true; }
     [[nodiscard]] bool readRow(QRgb *row) override;
-    void finish(QImage &image) const override { _upper->finish(image); }
+    void finish(QImage &image) const override { _upper.finish(image); }
 
 private:
     enum class State : quint8 { Preparing, Absent, Decoding, Ended };
@@ -49,11 +42,13 @@ private:
     [[nodiscard]] bool isLower(int row);
     [[nodiscard]] bool readLowerRow(int index, QRgb *row);
 
-    std::unique_ptr<PartReader> _upper;
-    std::function<Lower()> _makeLower;
+    QByteArray _file;
+    int _eighths;
+    QRect _part;
+    JPEGReader _upper;
     int _next = 0; ///< row that is read next
 
-    Lower _lower;
+    std::unique_ptr<JPEGReader> _lower;
     std::vector<QRgb> _rows; ///< of the lower part
     int _lowerCount = 0;
     int _firstLower = 0; ///< its first row among all

@@ -2,20 +2,21 @@
 
 #include "imaging/ColourProfile.h"
 #include "imaging/JPEGDecoder.h"
-#include "imaging/PartReader.h"
+#include "imaging/RowReader.h"
 
 #include <vector>
 
 /// Rows of a JPEG file, whole or reduced.
-class JPEGReader final : public PartReader
+class JPEGReader final : public RowReader
 {
 public:
     /// At `eighths` eighths of its size; where a part is enough, with no more around it than decoding
     /// demands. An invalid reader where the file does not allow it.
     JPEGReader(const QByteArray &file, int eighths, const QRect &part);
 
-    [[nodiscard]] bool isValid() const override { return _isValid; }
-    [[nodiscard]] QRectF part() const override { return _part; }
+    [[nodiscard]] bool isValid() const { return _isValid; }
+    /// The part in the coordinates of the rows.
+    [[nodiscard]] QRectF part() const { return _part; }
 
     [[nodiscard]] QSize size() const override { return _size; }
     [[nodiscard]] bool isOpaque() const override { return true; }

@@ -34,13 +34,13 @@ int reduced(int pixels, int eighths)
 
 } // namespace
 
-JPEGReducedReader::JPEGReducedReader(const QByteArray &file, int eighths, const QRect &part, double leftOut)
+JPEGReducedReader::JPEGReducedReader(const QByteArray &file, int eighths, const QRect &part)
     : _file(file), _bits(QByteArrayView())
 {
-    _isValid = start(file, eighths, part, leftOut);
+    _isValid = start(file, eighths, part);
 }
 
-bool JPEGReducedReader::start(const QByteArray &file, int eighths, const QRect &part, double leftOut)
+bool JPEGReducedReader::start(const QByteArray &file, int eighths, const QRect &part)
 {
     JPEGDecoder decoder(file);
     auto scan = JPEGScan::ofFile(file);
@@ -59,7 +59,7 @@ bool JPEGReducedReader::start(const QByteArray &file, int eighths, const QRect &
     _rowsAtOnce = _scan.unitRows * eighths / 8;
     _nextRow = _rowsAtOnce;
 
-    const int skipped = std::max(int(leftOut * _scan.unitsDown), part.top() / _scan.unitRows);
+    const int skipped = part.top() / _scan.unitRows;
     const int left = _firstUnit * unitWidth * eighths / 8;
     const int top = skipped * _rowsAtOnce;
     const double scale = eighths / 8.0;

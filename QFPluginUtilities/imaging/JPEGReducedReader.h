@@ -4,7 +4,7 @@
 #include "imaging/JPEGBits.h"
 #include "imaging/JPEGKernels.h"
 #include "imaging/JPEGScan.h"
-#include "imaging/PartReader.h"
+#include "imaging/RowReader.h"
 
 #include <array>
 #include <memory>
@@ -14,16 +14,16 @@
 /// coefficients that the result can show, and passes the others several at a time. For the common files:
 /// baseline, one scan, no restarts, grey or of luminance and colour differences. It gives up on broken code,
 /// which a JPEGReader shows as far as it goes.
-class JPEGReducedReader final : public PartReader
+class JPEGReducedReader final : public RowReader
 {
 public:
     /// At `eighths` eighths of its size: 1, 2 or 4. Where a part is enough, with no more around it than whole
-    /// units of blocks. Leaves out this share of the picture's height from above, or a little less. Invalid
-    /// where the file is of another kind.
-    JPEGReducedReader(const QByteArray &file, int eighths, const QRect &part, double leftOut = 0);
+    /// units of blocks. Invalid where the file is of another kind.
+    JPEGReducedReader(const QByteArray &file, int eighths, const QRect &part);
 
-    [[nodiscard]] bool isValid() const override { return _isValid; }
-    [[nodiscard]] QRectF part() const override { return _part; }
+    [[nodiscard]] bool isValid() const { return _isValid; }
+    /// The part in the coordinates of the rows.
+    [[nodiscard]] QRectF part() const { return _part; }
     [[nodiscard]] QSize size() const override { return _size; }
     [[nodiscard]] bool isOpaque() const override { return true; }
     [[nodiscard]] bool readRow(QRgb *row) override;
@@ -48,7 +48,7 @@ private:
         std::vector<float> samples;
     };
 
-    [[nodiscard]] bool start(const QByteArray &file, int eighths, const QRect &part, double leftOut);
+    [[nodiscard]] bool start(const QByteArray &file, int eighths, const QRect &part);
     [[nodiscard]] bool setUp(Plane &plane, const JPEGScan::Component &component, int eighths) const;
     [[nodiscard]] bool decodeUnits();
     [[nodiscard]] bool skipUnits(int count);

@@ -15,6 +15,6 @@ public:
 private:
     JPEGSource(QSize size, const QByteArray &data);
 
-    template <typename Reader, typename MakeLower, typename Work>
-    [[nodiscard]] QImage read(int eighths, const QRect &part, MakeLower makeLower, Work work) const;
+    template <typename Work>
+    [[nodiscard]] QImage withReader(int eighths, const QRect &part, Work work) const;
 };
