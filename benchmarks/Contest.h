@@ -8,26 +8,27 @@
 
 #include <sys/resource.h>
 
-/// Milliseconds by the clock and of the processor, user mode, all threads.
+/// Milliseconds by the clock, and of processors, all threads together.
 struct Timing
 {
     double wall = 0;
-    double user = 0;
+    double processor = 0;
 };
 
 /// What a function takes in this process, or in the processes that it starts and waits for.
 inline Timing timed(const std::function<void()> &function, int who = RUSAGE_SELF)
 {
-    const auto user = [who] {
+    const auto processor = [who] {
         rusage usage{};
         getrusage(who, &usage);
-        return double(usage.ru_utime.tv_sec) * 1e3 + double(usage.ru_utime.tv_usec) / 1e3;
+        return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) * 1e3 +
+               double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e3;
     };
     const auto start = std::chrono::steady_clock::now();
-    const double before = user();
+    const double before = processor();
     function();
     const std::chrono::duration<double, std::milli> wall = std::chrono::steady_clock::now() - start;
-    return {wall.count(), user() - before};
+    return {wall.count(), processor() - before};
 }
 
 /// Takes turns between those who do the same job, so that whatever else the machine does meets all alike, and
@@ -61,9 +62,9 @@ public:
         const Timing ours = _entries.front().best();
         for (const Entry &entry : _entries) {
             const Timing best = entry.best();
-            std::printf("  %-26s %9.1f ms %9.1f ms user  %6.2f times  %6.2f of user  %s\n",
-                        entry.name.c_str(), best.wall, best.user, best.wall / ours.wall,
-                        best.user / ours.user, remark(entry.name).c_str());
+            std::printf("  %-26s %9.1f ms %9.1f ms of processors   %5.2f times, %5.2f of processors  %s\n",
+                        entry.name.c_str(), best.wall, best.processor, best.wall / ours.wall,
+                        best.processor / ours.processor, remark(entry.name).c_str());
         }
     }
 
@@ -86,7 +87,7 @@ private:
         {
             Timing least = timings.front();
             for (const Timing &timing : timings)
-                least = {std::min(least.wall, timing.wall), std::min(least.user, timing.user)};
+                least = {std::min(least.wall, timing.wall), std::min(least.processor, timing.processor)};
             return least;
         }
     };

@@ -81,7 +81,7 @@ public:
             list.append(json(job));
         const QJsonObject reply =
             answer({{QStringLiteral("jobs"), list}, {QStringLiteral("together"), together}});
-        return {reply[QLatin1String("wall")].toDouble(), reply[QLatin1String("user")].toDouble()};
+        return {reply[QLatin1String("wall")].toDouble(), reply[QLatin1String("processor")].toDouble()};
     }
 
     double megabytes(const PictureJob &job)

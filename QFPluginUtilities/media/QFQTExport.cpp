@@ -115,10 +115,12 @@ int emptied(const QString &path)
     return 0;
 }
 
+/// Into an empty file. Opening it to be emptied once more would make some file systems write it to the disk
+/// before closing it.
 bool written(const QByteArray &bytes, const QString &path)
 {
     QFile file(path);
-    return !bytes.isEmpty() && file.open(QIODevice::WriteOnly | QIODevice::Unbuffered) &&
+    return !bytes.isEmpty() && file.open(QIODevice::Append | QIODevice::Unbuffered) &&
            file.write(bytes) == bytes.size();
 }
 
