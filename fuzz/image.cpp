@@ -1,8 +1,8 @@
 // Feeds arbitrary bytes to the readers of pictures. What they decode has the size that the header has told,
 // and is scaled and written without harm.
 
-#include "imaging/ImageEncoder.h"
-#include "imaging/ImageSource.h"
+#include "codecs/ImageEncoder.h"
+#include "codecs/ImageSource.h"
 
 #include <cstdlib>
 

@@ -1,7 +1,7 @@
 // Feeds arbitrary bytes to the readers of what cameras note in pictures: as a picture's file, and as the
 // block itself.
 
-#include "imaging/ExifBlock.h"
+#include "codecs/ExifBlock.h"
 #include "media/QFImageIO.h"
 #include "media/QFQTEXIF.h"
 

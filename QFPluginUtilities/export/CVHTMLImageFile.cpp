@@ -1,8 +1,8 @@
 #include "export/CVHTMLImageFile.h"
 
+#include "codecs/ImageEncoder.h"
 #include "export/CVHTMLFileWrapper.h"
 #include "export/CVHTMLMedia.h"
-#include "imaging/ImageEncoder.h"
 #include "media/QFQTExport.h"
 #include "media/QFTextAttachment.h"
 #include "media/QFTextAttachmentAttributes.h"

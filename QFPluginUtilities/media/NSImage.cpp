@@ -1,6 +1,6 @@
 #include "media/NSImage.h"
 
-#include "imaging/ExifBlock.h"
+#include "codecs/ExifBlock.h"
 #include "imaging/ImageOperations.h"
 
 #include <QColorSpace>

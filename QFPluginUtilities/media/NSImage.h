@@ -1,6 +1,6 @@
 #pragma once
 
-#include "imaging/ImageSource.h"
+#include "codecs/ImageSource.h"
 #include "platform/NSGeometry.h"
 #include "platform/QFExport.h"
 

@@ -1,7 +1,7 @@
 #include "media/QFQTExport.h"
 
+#include "codecs/ImageEncoder.h"
 #include "imaging/Canvas.h"
-#include "imaging/ImageEncoder.h"
 #include "imaging/ImageOperations.h"
 #include "media/Colours.h"
 #include "media/QFImage.h"

@@ -77,7 +77,8 @@ private Q_SLOTS:
         QImageReader reader(path);
         reader.setDecideFormatFromContent(true);
         QTEST(reader.format(), "written");
-        QVERIFY(difference(reader.read().convertToFormat(QImage::Format_RGB32), pictureOf(40, 30)) < 60);
+        QVERIFY(greatestDifference(reader.read().convertToFormat(QImage::Format_RGB32), pictureOf(40, 30)) <
+                60);
     }
     void hasFourQualities()
     {
@@ -187,7 +188,8 @@ private Q_SLOTS:
         exporter->setDestination(path);
         exporter->setFormat(code("PNGf"));
         QCOMPARE(exporter->exportImage(), 0);
-        QCOMPARE(difference(QImage(path).convertToFormat(QImage::Format_RGB32), pictureOf(40, 30)), 0);
+        QCOMPARE(greatestDifference(QImage(path).convertToFormat(QImage::Format_RGB32), pictureOf(40, 30)),
+                 0);
     }
     void drawsDirectly()
     {
@@ -196,7 +198,8 @@ private Q_SLOTS:
         exporter->setRotation(90);
         const QImage image = pictureOf(40, 20);
         const QImage turned = exporter->resizedCGImage(image, {40, 20});
-        QCOMPARE(difference(turned, image.mirrored(true, false).transformed(QTransform().rotate(90))), 0);
+        QCOMPARE(greatestDifference(turned, image.mirrored(true, false).transformed(QTransform().rotate(90))),
+                 0);
         exporter->setClip(true);
         exporter->setFillColour(NSColor::calibratedRGB(1, 1, 0));
         const QImage clipped = exporter->resizedCGImage(image, {40, 20});

@@ -1,4 +1,4 @@
-#include "tests/imaging/ExifMaker.h"
+#include "tests/codecs/ExifMaker.h"
 #include "tests/media/MovieMaker.h"
 
 #include <QDir>

@@ -1,7 +1,7 @@
 #include "tools/qf/Command.h"
 
+#include "codecs/ImageSource.h"
 #include "host/StyledTextJSONValues.h"
-#include "imaging/ImageSource.h"
 #include "media/QFQTExport.h"
 
 #include <QFile>
