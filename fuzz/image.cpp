@@ -3,19 +3,12 @@
 
 #include "codecs/ImageEncoder.h"
 #include "codecs/ImageSource.h"
-
-#include <cstdlib>
+#include "fuzz/Require.h"
 
 namespace {
 
 /// Larger pictures are decoded just the same, but slowly.
 constexpr qint64 kMostPixels = 1 << 18;
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 } // namespace
 

@@ -2,18 +2,11 @@
 // block itself.
 
 #include "codecs/ExifBlock.h"
+#include "fuzz/Require.h"
 #include "media/QFImageIO.h"
 #include "media/QFQTEXIF.h"
 
-#include <cstdlib>
-
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 /// Nothing is made up: no string is longer than the file.
 void checkNotes(const QVariantMap &notes, qsizetype size)

@@ -1,3 +1,4 @@
+#include "fuzz/Require.h"
 #include "media/QFTransformImage.h"
 #include "media/TransformGeometry.h"
 #include "platform/NSColor.h"
@@ -9,7 +10,6 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <cstring>
 
 // A picture under any attributes: sizes stay in bounds or the picture is empty.
@@ -17,12 +17,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 /// Takes numbers from the input: any float, or a small one.
 class Input

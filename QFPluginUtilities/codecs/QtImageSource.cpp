@@ -1,6 +1,7 @@
 #include "codecs/QtImageSource.h"
 
 #include "codecs/ColourProfile.h"
+#include "codecs/NeedlessAlpha.h"
 #include "codecs/PictureStructure.h"
 #include "platform/WithoutThrowing.h"
 
@@ -88,19 +89,6 @@ bool isWhole(Format format, const QByteArray &data)
     return format != Format::BMP || PictureStructure::isBMPWhole(data);
 }
 
-bool isOpaque(const QImage &image)
-{
-    for (int y = 0; y < image.height(); ++y) {
-        const auto *row = reinterpret_cast<const QRgb *>(image.constScanLine(y));
-        QRgb all = 0xFF000000;
-        for (int x = 0; x < image.width(); ++x)
-            all &= row[x];
-        if (qAlpha(all) != 0xFF)
-            return false;
-    }
-    return true;
-}
-
 /// The picture in sRGB, as RGB32 or ARGB32_Premultiplied.
 QImage normalised(QImage image)
 {
@@ -110,10 +98,10 @@ QImage normalised(QImage image)
     image.convertTo(hasAlpha ? QImage::Format_ARGB32 : QImage::Format_RGB32);
     if (const auto transform = ColourTransform::toSRGB(profile, ColourTransform::From::RGB))
         transform->apply(image);
-    if (hasAlpha && isOpaque(image))
-        image.reinterpretAsFormat(QImage::Format_RGB32);
-    else if (hasAlpha)
+    if (hasAlpha) {
         image.convertTo(QImage::Format_ARGB32_Premultiplied);
+        dropNeedlessAlpha(image);
+    }
     image.setDevicePixelRatio(1);
     return image;
 }

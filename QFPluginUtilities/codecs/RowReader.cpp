@@ -1,5 +1,6 @@
 #include "codecs/RowReader.h"
 
+#include "codecs/NeedlessAlpha.h"
 #include "codecs/RowBands.h"
 #include "imaging/RowScaler.h"
 #include "platform/WithoutThrowing.h"
@@ -14,22 +15,6 @@ namespace {
 
 /// Below this many pixels a thread costs more than it saves.
 constexpr qint64 kThreadedPixels = 1'000'000;
-
-/// A picture that turned out to have no transparent pixel, as opaque.
-void dropNeedlessAlpha(QImage &image)
-{
-    if (image.format() != QImage::Format_ARGB32_Premultiplied)
-        return;
-    for (int y = 0; y < image.height(); ++y) {
-        const auto *row = reinterpret_cast<const QRgb *>(image.constScanLine(y));
-        QRgb all = 0xFF000000;
-        for (int x = 0; x < image.width(); ++x)
-            all &= row[x];
-        if (qAlpha(all) != 0xFF)
-            return;
-    }
-    image.reinterpretAsFormat(QImage::Format_RGB32);
-}
 
 bool scaleHere(RowReader &reader, int rows, RowScaler &scaler)
 {
