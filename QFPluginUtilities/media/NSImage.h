@@ -68,6 +68,8 @@ public:
     [[nodiscard]] QImage drawn(const QRect &crop, const QSize &target) const override;
 
 private:
+    [[nodiscard]] QImage whole(const QSize &size) const;
+
     Drawing _drawing;
 };
 

@@ -156,6 +156,13 @@ private Q_SLOTS:
         QCOMPARE(status(_folder.filePath(u"no/folder.jpg"_s)), ENOENT);
         QCOMPARE(status(_folder.path()), EISDIR);
         QCOMPARE(status(_folder.filePath(u"a\0b"_s)), ENOENT);
+        const auto exporter = QFQTExport::exporterWithData(fileOf(pictureOf(4, 3), "PNG"));
+        exporter->setDestination(_folder.path());
+        QCOMPARE(exporter->exportImage(), EISDIR);
+        exporter->setDestination(_folder.filePath(u"after.jpg"_s));
+        QCOMPARE(exporter->exportImage(), 0);
+        QCOMPARE(exporter->status(), 0);
+        QCOMPARE(exporter->exportedBytes(), contents(exporter->destination()));
     }
     void leavesAnEmptyFileBehind_data()
     {
