@@ -90,6 +90,18 @@ private:
     mutable std::atomic<bool> _hasFailed = false;
 };
 
+/// The picture in a file; nullptr, after logging, for what cannot be read as a picture.
+ImageSourcePtr sourceOf(const QString &path)
+{
+    ImageSourcePtr source = withoutThrowing([&] { return ImageSource::withFile(path); });
+    if (!source) {
+        const qint32 status = QFile::exists(path) ? QFQTExport::noCodecErr : QFQTExport::fnfErr;
+        const QString text = u"[QFQTExport getImageDescription] failed for %@ with status=%d\n"_s;
+        logFailure(qfMediaLog(), u"image"_s, formatted(text, {path, status}), path);
+    }
+    return source;
+}
+
 /// Creates or empties the file; 0 or the system's error number. Never waits for a pipe's other end.
 int emptied(const QString &path)
 {
