@@ -122,20 +122,6 @@ bool written(const QByteArray &bytes, const QString &path)
            file.write(bytes) == bytes.size();
 }
 
-/// The picture in a file; nullptr, after logging, for what cannot be read as a picture.
-ImageSourcePtr sourceOf(const QString &path)
-{
-    ImageSourcePtr source = withoutThrowing([&] { return ImageSource::withFile(path); });
-    if (!source) {
-        const qint32 status = QFile::exists(path) ? QFQTExport::noCodecErr : QFQTExport::fnfErr;
-        logFailure(
-            qfMediaLog(), u"image"_s,
-            formatted(u"[QFQTExport getImageDescription] failed for %@ with status=%d\n", {path, status}),
-            path);
-    }
-    return source;
-}
-
 } // namespace
 
 /// A picture ready to be encoded; null when there is nothing to encode.
