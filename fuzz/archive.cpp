@@ -2,23 +2,12 @@
 // where it is plain, read back the same.
 
 #include "export/NSAttributedString+QFTextViewExtensions.h"
+#include "fuzz/Require.h"
 #include "media/NSAttributedString+Attachments.h"
 #include "platform/NSKeyedArchiver.h"
 #include "platform/NSKeyedUnarchiver.h"
 #include "platform/NSPropertyList.h"
 #include "platform/Values.h"
-
-#include <cstdlib>
-
-namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {

@@ -2,6 +2,7 @@
 // it is exported again, nor on how the text was put together.
 
 #include "export/CVHTML.h"
+#include "fuzz/Require.h"
 #include "media/QFTextAttachment.h"
 #include "platform/NSFont.h"
 #include "plugin/QFLink.h"
@@ -10,17 +11,10 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <array>
-#include <cstdlib>
 
 using namespace Qt::StringLiterals;
 
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 /// Styled text as the bytes say. Tables, cells, links and attachments come from small stocks, so that the
 /// same one is met again.

@@ -2,21 +2,14 @@
 // what went in, and must come through the exporter.
 
 #include "export/CVHTML.h"
+#include "fuzz/Require.h"
 #include "host/HTMLImporter.h"
 #include "host/MarkdownImporter.h"
-
-#include <cstdlib>
 
 namespace {
 
 constexpr qsizetype kTextPerByte = 64; // a tab is eight blanks; list depth and spans add markers and cells
 constexpr qsizetype kAlwaysAllowed = 1 << 20;
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 void check(const NSAttributedString &text, qsizetype inputSize)
 {

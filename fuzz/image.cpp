@@ -1,21 +1,14 @@
 // Feeds arbitrary bytes to the readers of pictures. What they decode has the size that the header has told,
 // and is scaled and written without harm.
 
-#include "imaging/ImageEncoder.h"
-#include "imaging/ImageSource.h"
-
-#include <cstdlib>
+#include "codecs/ImageEncoder.h"
+#include "codecs/ImageSource.h"
+#include "fuzz/Require.h"
 
 namespace {
 
 /// Larger pictures are decoded just the same, but slowly.
 constexpr qint64 kMostPixels = 1 << 18;
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 } // namespace
 

@@ -1,8 +1,8 @@
 // Feeds arbitrary bytes, as JPEG files, to what finds the lower part of a picture in them. A part that is
 // found is a file with the same columns and the rows that were promised.
 
-#include "imaging/ImageSource.h"
-#include "imaging/JPEGLowerPart.h"
+#include "codecs/ImageSource.h"
+#include "codecs/JPEGLowerPart.h"
 
 #include <cstdlib>
 

@@ -1,19 +1,8 @@
 // Feeds arbitrary bytes to the reader of styled-text JSON. What is read must be written so that it reads
 // back, and writes, the same.
 
+#include "fuzz/Require.h"
 #include "host/StyledTextJSON.h"
-
-#include <cstdlib>
-
-namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
-
-} // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {

@@ -1,19 +1,12 @@
 // Feeds arbitrary bytes to the readers of what cameras note in pictures: as a picture's file, and as the
 // block itself.
 
-#include "imaging/ExifBlock.h"
+#include "codecs/ExifBlock.h"
+#include "fuzz/Require.h"
 #include "media/QFImageIO.h"
 #include "media/QFQTEXIF.h"
 
-#include <cstdlib>
-
 namespace {
-
-void require(bool holds)
-{
-    if (!holds)
-        std::abort();
-}
 
 /// Nothing is made up: no string is longer than the file.
 void checkNotes(const QVariantMap &notes, qsizetype size)

@@ -1,8 +1,8 @@
 // Feeds arbitrary bytes to the reader of movies, and writes again what it takes for one. The media library
 // itself does not tell the fuzzer where it goes; the walk over atoms in front of it does.
 
-#include "media/MovieAtoms.h"
-#include "media/MovieFile.h"
+#include "movies/MovieAtoms.h"
+#include "movies/MovieFile.h"
 
 #include <cstdlib>
 #include <sys/mman.h>

@@ -1,6 +1,6 @@
 // Feeds arbitrary bytes, as layered pictures, to their reader.
 
-#include "imaging/ImageSource.h"
+#include "codecs/ImageSource.h"
 
 #include <cstdlib>
 

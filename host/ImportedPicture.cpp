@@ -1,8 +1,8 @@
 #include "host/ImportedPicture.h"
 
+#include "codecs/ImageEncoder.h"
+#include "codecs/ImageSource.h"
 #include "export/CVHTMLMedia.h"
-#include "imaging/ImageEncoder.h"
-#include "imaging/ImageSource.h"
 #include "media/QFTextAttachmentAttributes.h"
 #include "platform/NSStringPathExtensions.h"
 

@@ -3,6 +3,7 @@
 #include "export/CVHTML.h"
 #include "export/CVHTMLFileWrapper.h"
 #include "export/CVHTMLImageFile.h"
+#include "export/CVHTMLMedia.h"
 #include "media/QFImage.h"
 #include "media/QFQTExport.h"
 #include "media/QFTextAttachment.h"
@@ -12,6 +13,7 @@
 #include "platform/NSStringPathExtensions.h"
 #include "platform/QFReport.h"
 #include "platform/Values.h"
+#include "platform/WithoutThrowing.h"
 #include "text/QFStrings.h"
 
 #include <QStringBuilder>
@@ -103,17 +105,26 @@ QString movieMarkup(const QString &path, const QString &source)
                                                 truncated(size.height + kControllerHeight), false);
 }
 
-/// Writes the file as planned. A prefix that would lead out of the folder fails.
+/// Writes the file as planned to `path`, which becomes the one where it failed. A prefix that would lead out
+/// of the folder fails, and so does no folder at all.
 CVHTMLImageFile::Result written(const NSTextAttachmentPtr &attachment, const CVHTMLAttachmentPlan &plan,
-                                const QString &path, qint32 quality)
+                                QString &path, qint32 quality)
 {
     using Result = CVHTMLImageFile::Result;
     const NSFileWrapperPtr &file = attachment->fileWrapper();
-    if (!file || plan.name.contains(u'/'))
+    const bool isEncoded = plan.format != CVHTMLMedia::kNoFormat;
+    if (isEncoded && path.isNull())
+        logFailure(qfExportLog(), u"attachment"_s, u"attachmentPath is nil"_s);
+    if (isEncoded && plan.name.isNull())
+        logFailure(qfExportLog(), u"attachment"_s, u"attachmentName is nil"_s);
+    if (!file || path.isNull() || plan.name.contains(u'/'))
         return Result::Failed;
-    if (plan.format != -1)
-        return CVHTMLImageFile(attachment, path, plan.format, quality).write();
-    return CVHTMLFileWrapper::writeToFile(*file, path) ? Result::Written : Result::Failed;
+    if (!isEncoded)
+        return CVHTMLFileWrapper::writeToFile(*file, path) ? Result::Written : Result::Failed;
+    CVHTMLImageFile image(attachment, path, plan.format, quality);
+    const Result result = image.write();
+    path = image.path();
+    return result;
 }
 
 QString markupOf(const NSTextAttachmentPtr &attachment, Kind kind, const QString &path, const QString &source)
@@ -142,13 +153,15 @@ void CVHTML::processAttachment(const NSTextAttachmentPtr &attachment, const QStr
         return;
     const CVHTMLAttachmentPlan plan = attachmentPlan(attachment, prefix, attachmentNumber, usingFormat);
     const QString name = plan.finalName();
-    const QString path = stringByAppendingPathComponent(toPath, name);
-    const CVHTMLImageFile::Result result = written(attachment, plan, path, andQuality);
+    QString path = toPath.isNull() ? QString() : stringByAppendingPathComponent(toPath, name);
+    // One attachment for which memory does not suffice must not take the page with it.
+    const auto result = withoutThrowing([&] { return written(attachment, plan, path, andQuality); });
     if (result == CVHTMLImageFile::Result::Refused)
         return; // and the number stays
     ++attachmentNumber;
     if (result == CVHTMLImageFile::Result::Written)
-        addingMarkupTo += markupOf(attachment, plan.kind, path, printed(imagesFolder) % u'/' % name);
+        addingMarkupTo += withoutThrowing(
+            [&] { return markupOf(attachment, plan.kind, path, printed(imagesFolder) % u'/' % name); });
     else
         logFailure(qfExportLog(), u"attachment"_s, formatted(u"Failed to write attachment to %@", {path}),
                    path);

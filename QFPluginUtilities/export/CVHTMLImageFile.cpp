@@ -1,8 +1,8 @@
 #include "export/CVHTMLImageFile.h"
 
+#include "codecs/ImageEncoder.h"
 #include "export/CVHTMLFileWrapper.h"
 #include "export/CVHTMLMedia.h"
-#include "imaging/ImageEncoder.h"
 #include "media/QFQTExport.h"
 #include "media/QFTextAttachment.h"
 #include "media/QFTextAttachmentAttributes.h"
@@ -14,9 +14,12 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
+#include <QTemporaryFile>
+
+#include <cerrno>
 
 using namespace Qt::StringLiterals;
-using NSStringPathExtensions::lastPathComponent;
+using namespace NSStringPathExtensions;
 
 namespace {
 
@@ -61,24 +64,18 @@ void applyAttributes(const QVariantMap &map, QFQTExport &exporter)
 
 CVHTMLImageFile::CVHTMLImageFile(NSTextAttachmentPtr attachment, const QString &path, qint32 format,
                                  qint32 quality)
-    : _attachment(std::move(attachment)),
-      _path(CVHTMLMedia::adjustImagePath(path, CVHTMLMedia::imageExtensionFromQTFormat(format))),
-      _format(format), _quality(quality)
+    : _attachment(std::move(attachment)), _path(path), _format(format), _quality(quality)
 {
 }
 
 CVHTMLImageFile::Result CVHTMLImageFile::write()
 {
-    if (_path.isNull()) {
-        fail(u"attachmentPath is nil"_s, {});
-        fail(u"attachmentName is nil"_s, {});
-    }
     const auto media = std::dynamic_pointer_cast<QFTextAttachment>(_attachment);
     if (media && !media->cachedImage().isEmpty() && media->cachedImageFormat().value_or(_format) == _format)
         return writtenAtomically(media->cachedImage(), _path) ? Result::Written : Result::Failed;
     const Result result = _format == CVHTMLMedia::kGIFFormat ? exportAsGIF() : exportImage(_path, _format);
-    if (media && result == Result::Written)
-        media->setCachedImage(contents(_path), _format);
+    if (media && !_written.isEmpty())
+        media->setCachedImage(_written, _format);
     return result;
 }
 
@@ -108,8 +105,13 @@ void CVHTMLImageFile::logUnreadable() const
     fail(u"Could not read the image data from the attachment"_s, _path);
 }
 
+void CVHTMLImageFile::logFailedExport(qint32 status) const
+{
+    fail(formatted(u"Failed to write image attachment '%@' (%d)", {lastPathComponent(_path), status}), _path);
+}
+
 /// The picture goes to the exporter as pixels only: the orientation of a camera's file stays behind.
-CVHTMLImageFile::Result CVHTMLImageFile::exportImage(const QString &path, qint32 format) const
+CVHTMLImageFile::Result CVHTMLImageFile::exportImage(const QString &destination, qint32 format)
 {
     const NSImagePtr image = sourceImage();
     if (!image)
@@ -124,49 +126,58 @@ CVHTMLImageFile::Result CVHTMLImageFile::exportImage(const QString &path, qint32
         logUnreadable();
         return Result::Refused;
     }
-    CVHTMLFileWrapper::removeLink(path);
-    exporter->setDestination(path);
-    const qint32 status = exporter->exportImage();
-    if (status == QFQTExport::noErr)
-        return Result::Written;
-    fail(formatted(u"Failed to write image attachment '%@' (%d)", {lastPathComponent(path), status}), path);
-    return Result::Failed;
+    CVHTMLFileWrapper::removeLink(destination);
+    exporter->setDestination(destination);
+    if (const qint32 status = exporter->exportImage(); status != QFQTExport::noErr) {
+        logFailedExport(status);
+        return Result::Failed;
+    }
+    _written = exporter->exportedBytes();
+    return Result::Written; // the exporter has logged it if the file is not whole
 }
 
-/// A GIF is made from a PNG file beside it, which is taken away again unless one was there before.
-CVHTMLImageFile::Result CVHTMLImageFile::exportAsGIF() const
+/// A GIF is made from a PNG file beside it, which is taken away again. That has a name of its own, so that no
+/// other attachment's file is written over.
+CVHTMLImageFile::Result CVHTMLImageFile::exportAsGIF()
 {
-    const QString png = CVHTMLMedia::adjustImagePath(_path, u"png"_s);
-    const bool wasThere = QFileInfo::exists(png);
-    Result result = exportImage(png, CVHTMLMedia::kPNGFormat);
-    if (result != Result::Written)
+    _path = CVHTMLMedia::adjustImagePath(_path, u"png"_s);
+    QTemporaryFile png(QFileInfo(_path).absolutePath() + u"/.XXXXXX.png"_s);
+    errno = 0;
+    if (!png.open()) {
+        logFailedExport(errno);
+        return Result::Failed;
+    }
+    if (const Result result = exportImage(png.fileName(), CVHTMLMedia::kPNGFormat); result != Result::Written)
         return result;
-    if (!convertToGIF(png))
-        result = Result::Failed;
-    if (!wasThere)
-        QFile::remove(png);
-    return result;
-}
-
-bool CVHTMLImageFile::convertToGIF(const QString &pngPath) const
-{
-    const QByteArray png = contents(pngPath);
-    if (png.isEmpty()) {
-        fail(formatted(u"Failed to read image attachment '%@'", {lastPathComponent(pngPath)}), pngPath);
-        return false;
-    }
-    const NSImagePtr image = NSImage::imageWithData(png);
-    const QImage pixels = image ? image->bitmap() : QImage();
-    if (pixels.isNull()) {
-        fail(formatted(u"Failed to create image representation from '%@'", {lastPathComponent(_path)}),
-             _path);
-        return false;
-    }
+    _written.clear();
+    const QImage pixels = pixelsOf(png.fileName());
+    if (pixels.isNull())
+        return Result::Failed;
     const QByteArray gif = ImageEncoder::encoded(pixels, ImageEncoder::FileType::GIF);
     if (gif.isEmpty()) {
         fail(formatted(u"Failed to create GIF from image representation at '%@'", {lastPathComponent(_path)}),
              _path);
-        return false;
+        return Result::Failed;
     }
-    return writtenAtomically(gif, _path);
+    if (!writtenAtomically(gif, _path))
+        return Result::Failed;
+    _written = gif;
+    return Result::Written;
+}
+
+/// What the PNG file shows; null, after logging, when it cannot be read back.
+QImage CVHTMLImageFile::pixelsOf(const QString &pngFile)
+{
+    const QByteArray png = contents(pngFile);
+    if (png.isEmpty()) {
+        fail(formatted(u"Failed to read image attachment '%@'", {lastPathComponent(_path)}), _path);
+        return {};
+    }
+    _path = CVHTMLMedia::adjustImagePath(_path, u"gif"_s);
+    const NSImagePtr image = NSImage::imageWithData(png);
+    QImage pixels = image ? image->bitmap() : QImage();
+    if (pixels.isNull())
+        fail(formatted(u"Failed to create image representation from '%@'", {lastPathComponent(_path)}),
+             _path);
+    return pixels;
 }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 
 namespace RotationKernels {
 
@@ -72,15 +73,17 @@ constexpr int kStep = 32;
 static inline void fetch(const uchar *bits, qsizetype bytesPerLine, Position at, Position step,
                          qsizetype ahead, int count, qint16 *__restrict around)
 {
-    using Bytes = uchar __attribute__((vector_size(16), aligned(1), may_alias));
-    using Components = qint16 __attribute__((vector_size(32), aligned(2), may_alias));
+    using Bytes = uchar __attribute__((vector_size(16)));
+    using Components = qint16 __attribute__((vector_size(32)));
     for (int i = 0; i < count; ++i, at.x += step.x, at.y += step.y) {
         const uchar *row = bits + ((at.y >> 32) - 1) * bytesPerLine + ((at.x >> 32) - 1) * 4;
         __builtin_prefetch(row + ahead);
         for (int k = 0; k < 4; ++k, row += bytesPerLine, around += 16) {
-            const Bytes bytes = *reinterpret_cast<const Bytes *>(row);
-            *reinterpret_cast<Components *>(around) = __builtin_convertvector(bytes, Components)
-                                                      << ScalingKernels::kFractionBits;
+            Bytes bytes;
+            std::memcpy(&bytes, row, sizeof bytes);
+            const Components components = __builtin_convertvector(bytes, Components)
+                                          << ScalingKernels::kFractionBits;
+            std::memcpy(around, &components, sizeof components);
         }
     }
 }

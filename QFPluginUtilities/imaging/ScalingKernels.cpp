@@ -3,6 +3,7 @@
 #include "imaging/Vectorised.h"
 
 #include <algorithm>
+#include <cstring>
 
 namespace ScalingKernels {
 
@@ -103,7 +104,6 @@ QF_VECTORISED void filterOverColumns(const float *batch, const ColumnSpan *spans
 {
     // Two rows of the batch at a time, as the compiler's own vectors: plain loops it unrolls the wrong way.
     using TwoRows = float __attribute__((vector_size(32)));
-    using Loaded = float __attribute__((vector_size(32), aligned(4), may_alias));
     constexpr qsizetype lanes = qsizetype(4) * kBatch;
     static_assert(kBatch == 4);
     for (qsizetype x = 0; x < pixels; ++x, output += 4) {
@@ -113,8 +113,11 @@ QF_VECTORISED void filterOverColumns(const float *batch, const ColumnSpan *spans
         TwoRows upper = {};
         TwoRows lower = {};
         for (int k = 0; k < span.count; ++k, components += lanes) {
-            upper += *reinterpret_cast<const Loaded *>(components) * weight[k];
-            lower += *reinterpret_cast<const Loaded *>(components + lanes / 2) * weight[k];
+            TwoRows two;
+            std::memcpy(&two, components, sizeof two);
+            upper += two * weight[k];
+            std::memcpy(&two, components + lanes / 2, sizeof two);
+            lower += two * weight[k];
         }
         for (int c = 0; c < 4; ++c) {
             output[c] = upper[c];

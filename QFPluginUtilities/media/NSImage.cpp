@@ -1,12 +1,20 @@
 #include "media/NSImage.h"
 
-#include "imaging/ExifBlock.h"
+#include "codecs/ExifBlock.h"
+#include "imaging/Canvas.h"
 #include "imaging/ImageOperations.h"
 
 #include <QColorSpace>
 #include <QPainter>
+#include <QTransform>
+
+#include <algorithm>
+#include <cmath>
 
 namespace {
+
+/// Of a form that is drawn whole for a part of it: 128 MB.
+constexpr double kMaximumPixels = 32.0 * 1024 * 1024;
 
 /// Pixels that can be composed: without the marks of a screen, as RGB32 or ARGB32_Premultiplied.
 QImage composable(QImage image)
@@ -72,18 +80,33 @@ NSCustomImageRep::NSCustomImageRep(QSize pixels, Drawing drawing)
 
 QImage NSCustomImageRep::drawn(const QRect &crop, const QSize &target) const
 {
-    if (crop.isEmpty() || target.isEmpty())
+    const QRect all(QPoint(), pixels());
+    const QRect part = crop.intersected(all);
+    if (part.isEmpty() || target.isEmpty())
         return {};
-    QImage canvas(target, QImage::Format_ARGB32_Premultiplied);
+    if (part == all)
+        return whole(target);
+    // As large as the part needs it, within limits.
+    const double xScale = double(target.width()) / part.width();
+    const double yScale = double(target.height()) / part.height();
+    const double area = xScale * all.width() * yScale * all.height();
+    const double limit = std::min(1.0, std::sqrt(kMaximumPixels / area));
+    const QTransform scaled = QTransform::fromScale(xScale * limit, yScale * limit);
+    const QSize size = scaled.mapRect(QRectF(all)).toAlignedRect().size();
+    if (!Canvas::isPossible(static_cast<float>(size.width()), static_cast<float>(size.height())))
+        return {};
+    return ImageOperations::scaled(whole(size), scaled.mapRect(QRectF(part)).toRect() & QRect(QPoint(), size),
+                                   target);
+}
+
+QImage NSCustomImageRep::whole(const QSize &size) const
+{
+    QImage canvas = Canvas::transparent(static_cast<float>(size.width()), static_cast<float>(size.height()));
     if (canvas.isNull())
         return {};
-    canvas.fill(Qt::transparent);
-    const double xScale = double(target.width()) / crop.width();
-    const double yScale = double(target.height()) / crop.height();
     QPainter painter(&canvas);
     painter.setRenderHints(QPainter::Antialiasing | QPainter::SmoothPixmapTransform);
-    painter.translate(-crop.x() * xScale, -crop.y() * yScale);
-    _drawing(painter, {qRound(pixels().width() * xScale), qRound(pixels().height() * yScale)});
+    _drawing(painter, size);
     painter.end();
     return canvas;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "imaging/ImageSource.h"
+#include "codecs/ImageSource.h"
 #include "platform/NSGeometry.h"
 #include "platform/QFExport.h"
 
@@ -68,6 +68,8 @@ public:
     [[nodiscard]] QImage drawn(const QRect &crop, const QSize &target) const override;
 
 private:
+    [[nodiscard]] QImage whole(const QSize &size) const;
+
     Drawing _drawing;
 };
 

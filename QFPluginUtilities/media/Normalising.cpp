@@ -1,5 +1,5 @@
+#include "codecs/ImageEncoder.h"
 #include "imaging/Canvas.h"
-#include "imaging/ImageEncoder.h"
 #include "media/CIImage.h"
 #include "media/QFTextAttachment.h"
 #include "media/QFTextAttachmentAttributes.h"

@@ -14,8 +14,8 @@ namespace {
 constexpr qint64 kMaximumFileBytes = qint64(512) * 1024 * 1024;
 constexpr double kMaximumPoints = 14400; // the side of a page, ISO 32000-1, Annex C
 
-/// Whether it looks like a whole document: with its header and, near the end, the place of its directory. QtPdf
-/// 6.4 leaks what it has read of anything else.
+/// Whether it looks like a whole document: with its header and, near the end, the place of its directory.
+/// QtPdf 6.4 leaks what it has read of anything else.
 bool isDocument(const QByteArray &data)
 {
     constexpr qsizetype kTrailer = 2048;

@@ -1,7 +1,7 @@
 #include "media/QFImageIO.h"
 
-#include "imaging/ExifBlock.h"
-#include "imaging/ImageSource.h"
+#include "codecs/ExifBlock.h"
+#include "codecs/ImageSource.h"
 #include "media/QFQTEXIF.h"
 #include "platform/WithoutThrowing.h"
 

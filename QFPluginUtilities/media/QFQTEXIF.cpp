@@ -1,7 +1,7 @@
 #include "media/QFQTEXIF.h"
 
-#include "imaging/ExifBlock.h"
-#include "imaging/ImageSource.h"
+#include "codecs/ExifBlock.h"
+#include "codecs/ImageSource.h"
 #include "platform/Formatting.h"
 #include "platform/Logging.h"
 #include "platform/QFReport.h"

@@ -1,7 +1,7 @@
 #include "media/QFQTExport.h"
 
+#include "codecs/ImageEncoder.h"
 #include "imaging/Canvas.h"
-#include "imaging/ImageEncoder.h"
 #include "imaging/ImageOperations.h"
 #include "media/Colours.h"
 #include "media/QFImage.h"
@@ -168,6 +168,7 @@ void QFQTExport::setHeight(float height)
 
 qint32 QFQTExport::exportImage()
 {
+    _exportedBytes.clear();
     if (!_image || _destination.isEmpty()) {
         if (_status == noErr)
             _status = paramErr;
@@ -177,12 +178,13 @@ qint32 QFQTExport::exportImage()
         _status = error;
         return _status;
     }
-    const bool isWritten = withoutThrowing([this] {
+    _status = noErr;
+    _exportedBytes = withoutThrowing([this] {
         const QImage image = _prepared ? *_prepared : rendering().image;
-        return written(ImageEncoder::encoded(image, fileType(_format), compressionFactor(_quality)),
-                       _destination);
+        QByteArray bytes = ImageEncoder::encoded(image, fileType(_format), compressionFactor(_quality));
+        return written(bytes, _destination) ? bytes : QByteArray();
     });
-    if (!isWritten)
+    if (_exportedBytes.isNull())
         logFailure(qfMediaLog(), u"image"_s, u"Failed to write image to disk"_s, _destination);
     return noErr; // the log alone tells of a picture that could not be encoded or written, as meant
 }
@@ -258,26 +260,35 @@ QImage QFQTExport::resizedCGImage(const QImage &image, NSSize size) const
         logFailure(qfMediaLog(), u"image"_s, u"CGBitmapContextCreate returned nil"_s);
         return {};
     }
-    std::optional<QColor> ground = qColor(_fillColour);
+    const std::optional<QColor> ground = qColor(_fillColour);
     if (_fillColour && !ground) {
         // Patterns alone cannot be converted.
         logFailure(qfMediaLog(), u"image"_s,
                    formatted(u"Could not convert '%@' to RGB colour space", {u"NSPatternColorSpace"_s}));
     }
-    QImage picture = NSBitmapImageRep(image).drawn(QRect(QPoint(), image.size()),
-                                                   Canvas::rasterSize(size.width, size.height));
+    const QImage resized = withoutThrowing([&] {
+        return drawnOn(Canvas::rasterSize(canvas.width, canvas.height), ground.value_or(QColor(Qt::white)),
+                       image, Canvas::rasterSize(size.width, size.height));
+    });
+    if (resized.isNull())
+        logFailure(qfMediaLog(), u"image"_s, u"Out of memory while scaling image"_s);
+    return resized;
+}
+
+/// The image, scaled, mirrored and turned, with its shadow in the middle of a canvas.
+QImage QFQTExport::drawnOn(const QSize &canvas, const QColor &ground, const QImage &image,
+                           const QSize &size) const
+{
+    QImage picture = NSBitmapImageRep(image).drawn(QRect(QPoint(), image.size()), size);
     picture.mirror(_flipHorizontally, _flipVertically);
-    const QSize raster = Canvas::rasterSize(canvas.width, canvas.height);
-    picture = ImageOperations::turned(picture, _rotation, raster);
+    picture = picture.isNull() ? picture : ImageOperations::turned(picture, _rotation, canvas);
+    if (picture.isNull())
+        return {};
     const bool hasShadow = _shadowOffset != 0 || _shadowBlur != 0;
     const QColor shadowColour = qColor(_shadowColour).value_or(QColor(Qt::black));
     const ImageOperations::Shadow shadow{
         {_shadowOffset, _shadowOffset}, _shadowBlur, hasShadow ? shadowColour : QColor(Qt::transparent)};
-    picture =
-        ImageOperations::withShadow(picture, {0, 0}, shadow, raster, ground.value_or(QColor(Qt::white)));
-    if (picture.isNull())
-        logFailure(qfMediaLog(), u"image"_s, u"Out of memory while scaling image"_s);
-    return picture;
+    return ImageOperations::withShadow(picture, {0, 0}, shadow, canvas, ground);
 }
 
 std::optional<QFQTExport::ImageDescription> QFQTExport::getImageDescription(const QString &path)

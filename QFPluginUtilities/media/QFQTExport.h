@@ -61,13 +61,15 @@ public:
     [[nodiscard]] bool squareImage() const { return _squareImage; }
     void setSquareImage(bool square) { _squareImage = square; }
 
-    // What follows is not used by an export, whose effects all come from the attributes, but by
-    // `resizedCGImage`.
+    /// Kept only: every change of scale is of high quality.
     [[nodiscard]] bool highQualityScaling() const { return _highQualityScaling; }
     void setHighQualityScaling(bool on) { _highQualityScaling = on; }
-    /// Profiles are always removed, whatever this says.
+    /// Kept only: profiles are always removed.
     [[nodiscard]] bool retainProfiles() const { return _retainProfiles; }
     void setRetainProfiles(bool on) { _retainProfiles = on; }
+
+    // What follows is not used by an export, whose effects all come from the attributes, but by
+    // `resizedCGImage`.
     [[nodiscard]] bool flipHorizontally() const { return _flipHorizontally; }
     void setFlipHorizontally(bool on) { _flipHorizontally = on; }
     [[nodiscard]] bool flipVertically() const { return _flipVertically; }
@@ -93,6 +95,8 @@ public:
     /// cannot be decoded, encoded or written, that is logged, the empty file stays, and the answer is 0 all
     /// the same.
     [[nodiscard]] qint32 exportImage();
+    /// The file that the last export wrote; nil when it was not written whole.
+    [[nodiscard]] QByteArray exportedBytes() const { return _exportedBytes; }
     /// Decodes and transforms the picture ahead of `exportImage`, which then only writes. False when it
     /// cannot be decoded. All that counts for an export must be set before, but for the destination.
     [[nodiscard]] bool prepare();
@@ -129,12 +133,15 @@ private:
     void makeAttributes();
     void takeOrientation();
     [[nodiscard]] Rendering rendering();
+    [[nodiscard]] QImage drawnOn(const QSize &canvas, const QColor &ground, const QImage &image,
+                                 const QSize &size) const;
 
     QString _destination;
     NSImagePtr _image; ///< nullptr when there is no picture
     /// Where the picture comes from, as long as its orientation has not been read; nullptr for one in memory.
     ImageSourcePtr _imageSource;
     std::optional<QImage> _prepared;
+    QByteArray _exportedBytes;
     std::optional<NSColor> _fillColour;
     qint32 _format = 0x4A504547; ///< 'JPEG'
     qint32 _quality = 512;

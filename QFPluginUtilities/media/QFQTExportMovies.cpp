@@ -1,7 +1,7 @@
 #include "media/QFQTExport.h"
 
-#include "media/MovieFile.h"
-#include "media/MovieFlattening.h"
+#include "movies/MovieFile.h"
+#include "movies/MovieFlattening.h"
 #include "platform/Formatting.h"
 #include "platform/Logging.h"
 #include "platform/QFReport.h"

@@ -54,6 +54,25 @@ NSImagePtr imageInFile(const NSFileWrapper &file)
     return nullptr;
 }
 
+/// Four-character code of the format that a file's bytes are in, so that they are not taken for another
+/// one's; nothing for bytes that are no picture.
+std::optional<qint32> formatOf(const QByteArray &bytes)
+{
+    const ImageSourcePtr source = withoutThrowing([&] { return ImageSource::withData(bytes); });
+    if (!source)
+        return std::nullopt;
+    switch (source->format()) {
+    case ImageSource::Format::JPEG:
+        return 0x4A504547; // 'JPEG'
+    case ImageSource::Format::PNG:
+        return 0x504E4766; // 'PNGf'
+    case ImageSource::Format::GIF:
+        return 0x47494666; // 'GIFf'
+    default:
+        return 0; // none that pages have
+    }
+}
+
 /// The value of the first key that has one.
 float firstFloat(const QVariantMap &map, const QString &key, const QString &fallback)
 {
@@ -273,5 +292,6 @@ void QFTextAttachment::decodeWithCoder(NSKeyedUnarchiver &coder)
         if (const auto file = coder.decodeObject().value<NSFileWrapperPtr>())
             setFileWrapper(file);
     }
-    setCachedImage(cached.typeId() == QMetaType::QByteArray ? cached.toByteArray() : QByteArray());
+    const QByteArray bytes = cached.typeId() == QMetaType::QByteArray ? cached.toByteArray() : QByteArray();
+    setCachedImage(bytes, formatOf(bytes));
 }

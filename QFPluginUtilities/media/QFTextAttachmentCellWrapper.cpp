@@ -175,7 +175,6 @@ void QFTextAttachmentCellWrapper::decodeWithCoder(NSKeyedUnarchiver &coder)
 {
     const QVariant object = coder.decodeObject();
     if (const QString name = stringValue(object); !name.isNull()) {
-        // Never a wrapper: one could hold itself without end.
         if (const NSTextAttachmentCellPtr cell = cellOfClass(name))
             _underlyingCell = cell;
     } else if (object.metaType() == QMetaType::fromType<NSTextAttachmentCellPtr>()) {

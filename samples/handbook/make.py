@@ -1,15 +1,18 @@
 #!/usr/bin/env python3
 """Writes handbook.json and the files that it embeds: samples/handbook/make.py
 
-The results are committed; this script is only needed to change the text. It needs nothing but Python 3.
+The results are committed; this script is only needed to change the text. It needs nothing but Python 3. The photographs
+and the movie are made by scenes/render.
 """
 import json
 import pathlib
+import zipfile
 
 HERE = pathlib.Path(__file__).parent
 
 GREEN = [0.13, 0.36, 0.22, 1]
 MOSS = [0.4, 0.52, 0.2, 1]
+PAPER = [0.984, 0.976, 0.949, 1]  # of the page
 RUST = [0.67, 0.29, 0.12, 1]
 GREY = [0.42, 0.45, 0.42, 1]
 LEFT = {"alignment": 0}
@@ -125,11 +128,21 @@ def cell(text, **options):
     return text, options
 
 
-def attached(name, preferred, **media):
+def attached(name, preferred, paragraph=LEFT, **media):
     attachment = {"file": name, "preferredFilename": preferred}
     if media:
         attachment["mediaAttributes"] = media
-    run("\ufffc", LEFT, attachment=attachment)
+    run("\ufffc", paragraph, attachment=attachment)
+
+
+CAPTION = font("Georgia-Italic", 14, italic=True)
+
+
+def picture(name, preferred, alt, caption, paragraph=CENTER, **media):
+    """A picture, or a movie, above its caption."""
+    attached(name, preferred, paragraph, lockratios=True, alttag=alt, **media)
+    run("\n", paragraph)
+    run(caption + "\n\n", paragraph, font=CAPTION, color=GREY)
 
 
 def pdf(*lines):
@@ -177,6 +190,10 @@ prose(
     "follow, so that a tray begun on Tuesday can be finished by someone else on Saturday.",
     style=JUSTIFIED)
 
+picture("pictures/pond.jpg", "The pond.jpg", "The pond with water lilies, trees behind it in the mist",
+        "The pond at seven on a morning in June, from the bicycle stands. The tree that leans in from the left is the black "
+        "mulberry; the red one is a copper beech, and the heron is behind it.", scale=0.5625)
+
 # ---- Visiting
 
 heading("Visiting the garden")
@@ -194,6 +211,10 @@ table(4, [
 prose("Season tickets cost 28.00 and pay for themselves at the seventh visit. Friends of the garden, school classes and "
       "everyone with a spade in hand come in free.")
 
+picture("pictures/arboretum.jpg", "The arboretum.jpg", "A path between trees in autumn colours, with a bench on its right",
+        "The arboretum in week 41. The slide had been scanned from its back for years; in this edition the picture is "
+        "mirrored at last, and the bench stands where you will find it.", scale=0.5625, fliph=True)
+
 heading("Getting here", 3)
 run("Buses 4 and 17 stop at the gate; the ")
 run("timetable", link={"href": "https://www.example.org/buses?line=4&stop=harrow", "title": "Timetable of \"line 4\" & line 17",
@@ -202,9 +223,9 @@ run(" shows the last one back. By bicycle, follow the river path and lock up ")
 run("at the stands", link="#bicycles")
 run(" beside the pond. The ")
 run("plan to print", link={"href": "file:///garden/assets/plan.pdf", "asset": 1, "title": "One page, A4", "rel": "asset"})
-run(" marks all gates without steps, and our page about ")
-run("the glasshouses", link={"href": "page-glasshouses", "internal": True})
-run(" tells which of them are warm enough in February.\n\n")
+run(" marks all gates without steps, and ")
+run("the calendar", link="#year")
+run(" tells what goes on behind the glass when there is nothing to see outside.\n\n")
 raw("<a id=\"bicycles\"></a>")
 run("There is room for forty bicycles and, we regret, for no cars at all.\n\n",
     font=font("TrebuchetMS", 15), color=GREY)
@@ -239,17 +260,28 @@ table(5, [
     [cell("Glasshouses", fill=[0.95, 0.89, 0.83, 1]), cell("Queen of the night"), cell("Selenicereus grandiflorus", font=LATIN),
      cell("one night", font=BOLD, color=RUST), cell("G 1")],
 ])
+picture("pictures/asters.jpg", "Asters.jpg", "Purple and pink asters with yellow centres",
+        "New England asters, label B 260, at three in the afternoon. Before ten they are still shut.",
+        square=True, scale=0.5, enableborder=True, bordersize=8, bordercolour=[0.8, 0.85, 0.74, 1])
 prose("The *queen of the night* opens after dark, once, and is over by dawn. When the buds begin to lift we ring everyone on "
-      "the list at the hut, in the order in which they signed up, until somebody answers.",
-      "Our oldest tree is the **black mulberry** by the pond. It was planted for silk, which was a mistake (silkworms prefer "
+      "the list at the hut, in the order in which they signed up, until somebody answers.")
+picture("pictures/night.mov", "Queen of the night.mov", "A white cactus flower opens",
+        "From half past eight to half past twelve in four seconds: one picture every five minutes, taken by the apprentice, who "
+        "did not sleep. Friends of the garden who come for the night bring a chair.", LEFT)
+prose("Our oldest tree is the **black mulberry** by the pond. It was planted for silk, which was a mistake (silkworms prefer "
       "the white one), and kept for its fruit, which was not. It leans on two oak props, and both are older than any of us.")
 
 run("Labels with a red corner mark plants that hurt: sap, thorns or berries. Children should be shown the red corner before "
     "they are shown anything else.", None,
     directive={"name": "Note", "opentag": "<div class=\"note\"><strong>Good to know</strong> ", "closetag": "</div>"})
 
+picture("pictures/fern.tiff", "Royal fern.tiff", "A pressed frond of the royal fern on its herbarium sheet",
+        "Every plant with a label has a sheet in the herbarium above the ticket hut. This is the royal fern of the dell; "
+        "the volunteers of the Thursday table press, mount and scan them, and are at the letter O.", scale=0.5)
+
 # ---- Calendar
 
+raw("<a id=\"year\"></a>")
 heading("The year in the garden")
 prose("Volunteers meet on Tuesdays and Saturdays at nine. What is to be done stands on the slate in the potting shed; this is "
       "the plan that the slate is copied from.")
@@ -270,6 +302,10 @@ table(3, [
 ])
 
 heading("Growing from cuttings")
+picture("pictures/shed.jpg", "The potting shed.jpg", "Pots with cuttings on a wooden bench",
+        "Fuchsias on the bench, three, five and nine weeks old. The snapshot hangs on the shed door, and has never hung "
+        "straight.", scale=0.36, rotation=-3.5, clip=False, fillcolour=PAPER, enableborder=True, bordersize=12,
+        bordercolour=[1, 1, 1, 1], enableshadow=True, shadowoffset=5, shadowblur=14, shadowcolour=[0.4, 0.43, 0.38, 1])
 prose("Most of what we sell at the spring fair starts as a cutting taken in June. The steps below have been argued over for "
       "twenty years and are, for the moment, settled.", style=JUSTIFIED)
 items([
@@ -301,8 +337,10 @@ run("Seed list and sowing dates: ")
 attached("sowing-dates.txt", "Sowing dates.txt")
 run("\nForm for the seed exchange: ")
 attached("seed-exchange.pdf", "Seed exchange form.pdf", filename="seed-exchange.pdf")
+run("\nLabels of all beds, as a list for the label machine: ")
+attached("labels.zip", "Label lists.zip")
 run("\n\n")
-prose("Both may be copied and passed on. If you find a mistake, and there is always one, tell us at the hut; the thirteenth edition "
+prose("All may be copied and passed on. If you find a mistake, and there is always one, tell us at the hut; the thirteenth edition "
       "is already being written in the margins of this one.")
 run("garden.label --print \"A 14\" --copies 2", LEFT, font=font("Courier", 15))
 run("  prints a label on the machine in the shed. It jams; open the flap, be kind.\n\n", font=font("Verdana", 14), color=GREY)
@@ -317,6 +355,14 @@ raw("<p class=\"imprint\">&copy; <?php\necho date('Y'); ?> Friends of Harrow Lan
     "Broad beans      March, outdoors\nPoppies          April, where they are to stay\n"
     "Foxgloves        June, for next year\nYellow rattle    September, into the meadow\n", encoding="utf-8")
 (HERE / "seed-exchange.pdf").write_text(pdf("Seed exchange", "", "Name:", "I bring:", "I would like:"), encoding="ascii")
+LABELS = {"arboretum.csv": ["A 14,Davidia involucrata,no", "A 31,Cercidiphyllum japonicum,no"],
+          "borders.csv": ["B 207,Iris germanica,yes", "B 260,Symphyotrichum novae-angliae,no", "D 58,Eryngium maritimum,yes"],
+          "glasshouses.csv": ["F 3,Osmunda regalis,no", "G 1,Selenicereus grandiflorus,yes"]}
+with zipfile.ZipFile(HERE / "labels.zip", "w") as archive:
+    for member, rows in LABELS.items():
+        entry = zipfile.ZipInfo(f"labels/{member}", (2024, 6, 24, 12, 0, 0))
+        entry.external_attr = 0o644 << 16
+        archive.writestr(entry, "\n".join(["label,name,red corner", *rows]) + "\n")
 (HERE / "assets").mkdir(exist_ok=True)
 (HERE / "assets" / "plan.pdf").write_text(pdf("Plan of the garden", "", "Gates without steps: north, river", "Bicycles: by the pond"),
                                           encoding="ascii")

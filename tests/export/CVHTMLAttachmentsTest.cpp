@@ -13,6 +13,10 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <csignal>
+
+#include <sys/resource.h>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -227,12 +231,15 @@ private Q_SLOTS:
         QVERIFY(gif.markup.contains(u"src=\"files/pic_1.gif\" width=\"40\""_s));
         QCOMPARE(gif.format(u"pic_1.gif"_s), "gif");
         QVERIFY(!QFile::exists(gif.path(u"pic_1.png"_s))); // what it was made from
-        // ... unless there was one before.
+        // ... and another attachment's PNG of that name stays as it is.
         Outcome beside;
-        QVERIFY(pictureOf(2, 2).save(beside.path(u"pic_1.png"_s)));
+        QFile other(beside.path(u"pic_1.png"_s));
+        QVERIFY(other.open(QIODevice::WriteOnly) && other.write("other") > 0);
+        other.close();
         ours(png)->clearCachedImage();
         process(beside, png, CVHTMLMedia::kGIFFormat);
-        QVERIFY(QFile::exists(beside.path(u"pic_1.png"_s)));
+        QCOMPARE(contents(other.fileName()), "other");
+        QCOMPARE(QDir(beside.folder->path()).entryList(QDir::Files | QDir::Hidden).size(), 2);
         // A file that is no picture is not touched by the format.
         QVERIFY(
             processed(attached(u"a.zip", "zip"), CVHTMLMedia::kGIFFormat).markup.contains(u"pic_1.zip"_s));
@@ -253,6 +260,22 @@ private Q_SLOTS:
         // Bytes of unknown format are taken as they are.
         attachment->setCachedImage("anything");
         QCOMPARE(contents(processed(attachment, CVHTMLMedia::kGIFFormat).path(u"pic_1.gif"_s)), "anything");
+    }
+    void keepsNothingThatIsNotWhole()
+    {
+        const QFTextAttachmentPtr attachment =
+            ours(attached(u"a.png", fileOf(noisePicture({200, 150}, true, 1), "PNG"), kHalf));
+        rlimit before{};
+        QVERIFY(getrlimit(RLIMIT_FSIZE, &before) == 0);
+        const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+        const rlimit small{1000, before.rlim_max};
+        QVERIFY(setrlimit(RLIMIT_FSIZE, &small) == 0);
+        QTest::ignoreMessage(QtWarningMsg, "Failed to write image to disk");
+        const Outcome torn = processed(attachment);
+        setrlimit(RLIMIT_FSIZE, &before);
+        std::signal(SIGXFSZ, handler);
+        QVERIFY(attachment->cachedImage().isNull());
+        QCOMPARE(processed(attachment).image(u"pic_1.png"_s).size(), QSize(100, 75));
     }
     void refusesWhatHoldsNoPicture()
     {
@@ -324,6 +347,11 @@ private Q_SLOTS:
         QTest::ignoreMessage(QtWarningMsg,
                              qPrintable(u"Failed to write attachment to "_s + outcome.path(u"pic_2."_s)));
         process(outcome, std::make_shared<QFTextAttachment>());
+        QTest::ignoreMessage(QtWarningMsg, "attachmentPath is nil");
+        QTest::ignoreMessage(QtWarningMsg, "Failed to write attachment to (null)");
+        CVHTML().processAttachment(attached(u"a.tiff", fileOf(pictureOf(4, 3), "TIFF")), u"pic"_s,
+                                   outcome.nextNumber, QString(), u"files"_s, CVHTMLMedia::kNoFormat,
+                                   CVHTMLMedia::kHighQuality, outcome.markup);
         QCOMPARE(outcome.markup, QString());
     }
     void showsMovies()

@@ -1,6 +1,6 @@
 #include "imaging/ImageOperations.h"
 
-#include "Pictures.h"
+#include "tests/imaging/Pictures.h"
 
 #include <QColor>
 #include <QTest>

@@ -3,6 +3,9 @@
 #include <QImage>
 #include <QRandomGenerator>
 
+#include <algorithm>
+#include <cmath>
+
 /// Pictures that are drawn in code: without symmetry, and without pixels that are alike by chance.
 
 inline QImage noisePicture(const QSize &size, bool isOpaque, quint32 seed)

@@ -1,7 +1,7 @@
 #include "imaging/RowScaler.h"
 #include "imaging/ImageOperations.h"
 
-#include "Pictures.h"
+#include "tests/imaging/Pictures.h"
 
 #include <QTest>
 

@@ -1,6 +1,6 @@
 #include "media/QFImageIO.h"
 
-#include "tests/imaging/ExifMaker.h"
+#include "tests/codecs/ExifMaker.h"
 
 #include <QBuffer>
 #include <QTemporaryDir>

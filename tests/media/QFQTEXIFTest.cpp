@@ -1,8 +1,8 @@
 #include "media/QFQTEXIF.h"
 
-#include "imaging/ExifBlock.h"
+#include "codecs/ExifBlock.h"
 #include "platform/Values.h"
-#include "tests/imaging/ExifMaker.h"
+#include "tests/codecs/ExifMaker.h"
 
 #include <QBuffer>
 #include <QHash>

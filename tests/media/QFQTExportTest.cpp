@@ -77,7 +77,8 @@ private Q_SLOTS:
         QImageReader reader(path);
         reader.setDecideFormatFromContent(true);
         QTEST(reader.format(), "written");
-        QVERIFY(difference(reader.read().convertToFormat(QImage::Format_RGB32), pictureOf(40, 30)) < 60);
+        QVERIFY(greatestDifference(reader.read().convertToFormat(QImage::Format_RGB32), pictureOf(40, 30)) <
+                60);
     }
     void hasFourQualities()
     {
@@ -155,6 +156,13 @@ private Q_SLOTS:
         QCOMPARE(status(_folder.filePath(u"no/folder.jpg"_s)), ENOENT);
         QCOMPARE(status(_folder.path()), EISDIR);
         QCOMPARE(status(_folder.filePath(u"a\0b"_s)), ENOENT);
+        const auto exporter = QFQTExport::exporterWithData(fileOf(pictureOf(4, 3), "PNG"));
+        exporter->setDestination(_folder.path());
+        QCOMPARE(exporter->exportImage(), EISDIR);
+        exporter->setDestination(_folder.filePath(u"after.jpg"_s));
+        QCOMPARE(exporter->exportImage(), 0);
+        QCOMPARE(exporter->status(), 0);
+        QCOMPARE(exporter->exportedBytes(), contents(exporter->destination()));
     }
     void leavesAnEmptyFileBehind_data()
     {
@@ -187,7 +195,8 @@ private Q_SLOTS:
         exporter->setDestination(path);
         exporter->setFormat(code("PNGf"));
         QCOMPARE(exporter->exportImage(), 0);
-        QCOMPARE(difference(QImage(path).convertToFormat(QImage::Format_RGB32), pictureOf(40, 30)), 0);
+        QCOMPARE(greatestDifference(QImage(path).convertToFormat(QImage::Format_RGB32), pictureOf(40, 30)),
+                 0);
     }
     void drawsDirectly()
     {
@@ -196,7 +205,8 @@ private Q_SLOTS:
         exporter->setRotation(90);
         const QImage image = pictureOf(40, 20);
         const QImage turned = exporter->resizedCGImage(image, {40, 20});
-        QCOMPARE(difference(turned, image.mirrored(true, false).transformed(QTransform().rotate(90))), 0);
+        QCOMPARE(greatestDifference(turned, image.mirrored(true, false).transformed(QTransform().rotate(90))),
+                 0);
         exporter->setClip(true);
         exporter->setFillColour(NSColor::calibratedRGB(1, 1, 0));
         const QImage clipped = exporter->resizedCGImage(image, {40, 20});

@@ -1,6 +1,7 @@
 #include "media/QFTextAttachment.h"
 #include "media/NSAttributedString+Attachments.h"
 #include "media/QFImage.h"
+#include "media/QFTransformImage.h"
 #include "platform/NSColor.h"
 #include "platform/NSKeyedArchiver.h"
 #include "platform/NSKeyedUnarchiver.h"
@@ -85,6 +86,12 @@ void QFTextAttachmentTest::isArchivedWhole()
     const auto bare =
         std::dynamic_pointer_cast<QFTextAttachment>(thereAndBack(std::make_shared<QFTextAttachment>()));
     QVERIFY(bare && !bare->hasMediaAttributes() && bare->cachedImage().isNull() && !bare->fileWrapper());
+
+    // A picture's format is known again; bytes that are no picture have none.
+    QVERIFY(!back->cachedImageFormat());
+    attachment->setCachedImage(fileOf(pictureOf(4, 3), "PNG"));
+    const auto cached = std::dynamic_pointer_cast<QFTextAttachment>(thereAndBack(attachment));
+    QVERIFY(cached && cached->cachedImageFormat() == 0x504E4766);
 
     // An attachment that holds itself.
     attachment->setMediaAttribute(u"self"_s, QVariant::fromValue<NSTextAttachmentPtr>(attachment));
@@ -193,6 +200,11 @@ void QFTextAttachmentTest::readsLinksAndDocuments()
     QVERIFY(link.image());
     QCOMPARE(link.image()->size(), (NSSize{100, 50}));
     QCOMPARE(link.image()->bitmap().pixel(50, 25), qRgb(255, 0, 0));
+    // A part of a page, much enlarged, is drawn within limits.
+    const NSImagePtr part = QFTransformImage::transformImageUsingAttributes(
+        link.image(), {{u"square"_s, true}, {u"lockratios"_s, true}, {u"scale"_s, 100.0F}});
+    QCOMPARE(part->bitmap().size(), QSize(5000, 5000));
+    QCOMPARE(part->bitmap().pixel(2500, 2500), qRgb(255, 0, 0));
     for (const QString &nowhere : {folder.filePath(u"missing"_s), folder.path(), u"/dev/zero"_s})
         QVERIFY(!QFTextAttachment(NSFileWrapper::symbolicLinkWithDestination(nowhere)).image());
     QVERIFY(!QFTextAttachment(NSFileWrapper::directoryWithFileWrappers({})).image());

@@ -1,4 +1,4 @@
-#include "tests/imaging/ExifMaker.h"
+#include "tests/codecs/ExifMaker.h"
 #include "tests/media/MovieMaker.h"
 
 #include <QDir>
@@ -108,6 +108,8 @@ void QfTest::exitsAsTold_data()
     row({u"convert"_s, u"-"_s}, 2, "qf: a document and an output are needed");
     row({u"image"_s, u"-"_s}, 2, "qf: two files are needed");
     row({u"image"_s, u"-"_s, u"o"_s, u"--width"_s, u"wide"_s}, 2, "qf: --width, --height and --quality");
+    row({u"image"_s, u"-"_s, u"o"_s, u"--quality"_s, u"1e30"_s}, 2, "qf: --width, --height and --quality");
+    row({u"image"_s, u"-"_s, u"o"_s, u"--format"_s, u"PNG"_s}, 2, "qf: --format is one of");
     row({u"image"_s, u"-"_s, u"o"_s, u"--attributes"_s, u"[]"_s}, 2, "qf: --attributes is neither");
     row({u"metadata"_s}, 2, "qf: one file is needed; see qf metadata");
     row({u"metadata"_s, u"/none.jpg"_s}, 1, "qf: /none.jpg: No such file");

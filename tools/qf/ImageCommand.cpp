@@ -1,13 +1,14 @@
 #include "tools/qf/Command.h"
 
+#include "codecs/ImageSource.h"
 #include "host/StyledTextJSONValues.h"
-#include "imaging/ImageSource.h"
 #include "media/QFQTExport.h"
 
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
 #include <QJsonObject>
+#include <QtEndian>
 
 #include <array>
 #include <limits>
@@ -37,11 +38,12 @@ Exit codes: 0 done; 1 no picture that can be read, or it could not be written; 2
 /// Without bounds in one direction.
 constexpr float kAnySize = 1e9F;
 
-qint32 codeOf(const QByteArray &name)
+qint32 codeOf(const char *name)
 {
-    return name.size() == 4 ? name[0] << 24 | name[1] << 16 | name[2] << 8 | name[3] : 0;
+    return qFromBigEndian<qint32>(name);
 }
 
+/// 0 for an option that names none.
 qint32 formatFor(const QString &option, const QString &path)
 {
     struct Format
@@ -51,8 +53,12 @@ qint32 formatFor(const QString &option, const QString &path)
     };
     constexpr std::array<Format, 5> kFormats{
         {{"PNGf", u"png"}, {"GIFf", u"gif"}, {"TIFF", u"tif"}, {"TIFF", u"tiff"}, {"BMPf", u"bmp"}}};
+    for (const Format &format : kFormats) {
+        if (option == QLatin1StringView(format.code))
+            return codeOf(format.code);
+    }
     if (!option.isEmpty())
-        return codeOf(option.toLatin1());
+        return option == u"JPEG" ? codeOf("JPEG") : 0;
     const QString extension = QFileInfo(path).suffix().toLower();
     for (const Format &format : kFormats) {
         if (format.extension == extension)
@@ -94,7 +100,8 @@ bool configure(QFQTExport &exporter, const QCommandLineParser &parser)
         areNumbers = areNumbers && isNumber && value >= 0;
         return value;
     };
-    exporter.setQuality(static_cast<qint32>(number(u"quality"_s, 512)));
+    if (parser.isSet(u"quality"_s))
+        exporter.setQuality(parser.value(u"quality"_s).toInt(&areNumbers));
     const bool hasSize = parser.isSet(u"width"_s) || parser.isSet(u"height"_s);
     const float width = number(u"width"_s, kAnySize);
     const float height = number(u"height"_s, kAnySize);
@@ -140,7 +147,10 @@ int runImage(const QStringList &arguments)
     if (!configure(*exporter, parser))
         return WrongUsage;
     exporter->setDestination(paths.at(1));
-    exporter->setFormat(formatFor(parser.value(u"format"_s), paths.at(1)));
+    const qint32 format = formatFor(parser.value(u"format"_s), paths.at(1));
+    if (format == 0)
+        return wrongUsage(u"--format is one of JPEG, PNGf, GIFf, TIFF and BMPf"_s);
+    exporter->setFormat(format);
     const qint32 status = exporter->exportImage();
     const ImageSourcePtr written = status == 0 ? ImageSource::withFile(paths.at(1)) : nullptr;
     const QSize size = written ? written->size() : QSize(0, 0);

@@ -1,0 +1,79 @@
+#include "codecs/JPEGSource.h"
+
+#include "codecs/JPEGHalvesReader.h"
+#include "codecs/JPEGReader.h"
+#include "codecs/JPEGReducedReader.h"
+#include "platform/WithoutThrowing.h"
+
+namespace {
+
+constexpr int kWhole = 8; ///< eighths
+
+/// How much larger than the result a reduced picture must be, so that reducing adds no false patterns: on a
+/// zone plate what is left of rings that are too fine stays below what others leave who scale with a margin
+/// of two. The means of whole blocks, and what the common decoder makes, let more through.
+constexpr double kMargin = 2;
+constexpr double kMarginOfOwn = 1.85;
+
+int eighthsFor(QSize crop, QSize target, double margin)
+{
+    for (const int eighths : {1, 2, 4}) {
+        const double factor = kWhole * (eighths == 1 ? kMargin : margin);
+        if (crop.width() * eighths >= factor * target.width() &&
+            crop.height() * eighths >= factor * target.height())
+            return eighths;
+    }
+    return kWhole;
+}
+
+template <typename Reader, typename Work>
+QImage made(Reader &&reader, Work work)
+{
+    return reader.isValid() ? work(reader) : QImage();
+}
+
+} // namespace
+
+JPEGSource::JPEGSource(QSize size, const QByteArray &data) : ImageSource(Format::JPEG, size, data) {}
+
+bool JPEGSource::isJPEG(QByteArrayView data)
+{
+    return data.startsWith("\xFF\xD8\xFF");
+}
+
+ImageSourcePtr JPEGSource::withBytes(const QByteArray &data)
+{
+    JPEGDecoder decoder(data);
+    if (!decoder.readHeader() || !isSizeAllowed(decoder.size()))
+        return nullptr;
+    return ImageSourcePtr(new JPEGSource(decoder.size(), data));
+}
+
+QImage JPEGSource::image() const
+{
+    return withoutThrowing([this] {
+        return withReader(kWhole, QRect(QPoint(), size()), [](auto &reader) { return reader.image(); });
+    });
+}
+
+QImage JPEGSource::scaled(const QRect &crop, const QSize &target) const
+{
+    if (!canScale(crop, target))
+        return {};
+    return withoutThrowing([&] {
+        const auto scale = [&](auto &reader) { return reader.scaled(reader.part(), target); };
+        QImage image;
+        if (const int eighths = eighthsFor(crop.size(), target, kMarginOfOwn); eighths < kWhole)
+            image = made(JPEGReducedReader(data(), eighths, crop), scale);
+        return image.isNull() ? withReader(eighthsFor(crop.size(), target, kMargin), crop, scale) : image;
+    });
+}
+
+/// What `work` makes of the file's rows, read the quickest way that works for all files.
+template <typename Work>
+QImage JPEGSource::withReader(int eighths, const QRect &part, Work work) const
+{
+    return JPEGHalvesReader::isFor(size(), eighths, part)
+               ? made(JPEGHalvesReader(data(), eighths, part), work)
+               : made(JPEGReader(data(), eighths, part), work);
+}
