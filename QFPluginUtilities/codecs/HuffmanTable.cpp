@@ -41,10 +41,12 @@ HuffmanTable::Run HuffmanTable::runOf(uint32_t bits) const
     Run run;
     while (!run.endsBlock) {
         const Entry next = entry((bits << (kLongestCode - kRunBits + run.total)) & 0xFFFFU);
-        if (next.length == 0 || run.total + next.total > kRunBits)
+        const bool isEnd = next.steps == kEnd;
+        if (next.length == 0 || run.total + next.total > kRunBits ||
+            (!isEnd && run.steps + next.steps >= kEnd))
             break;
         run.total = static_cast<uint16_t>(run.total + next.total);
-        if (next.steps == kEnd)
+        if (isEnd)
             run.endsBlock = 1;
         else
             run.steps = static_cast<uint16_t>(run.steps + next.steps);

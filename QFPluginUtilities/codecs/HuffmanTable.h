@@ -27,7 +27,7 @@ public:
     struct Run
     {
         uint16_t total : 5 = 0; ///< bits; 0 when not even one is whole
-        uint16_t steps : 7 = 0; ///< coefficients, without the end
+        uint16_t steps : 6 = 0; ///< coefficients, without the end; fewer than a block has
         uint16_t endsBlock : 1 = 0;
     };
 

@@ -5,6 +5,30 @@
 #include <QByteArray>
 #include <QtEndian>
 
+/// Passes the rest of a block, whose next coefficient has this index. False for bits that mean nothing.
+template <typename Bits>
+[[nodiscard]] bool skipCoefficients(Bits &shared, const HuffmanTable &table, int coefficient)
+{
+    Bits bits = shared;
+    while (coefficient < 64) {
+        bits.refill();
+        const HuffmanTable::Run run = table.run(bits.peek(HuffmanTable::kRunBits));
+        if (run.total != 0 && coefficient + run.steps < 64) {
+            bits.drop(run.total);
+            coefficient += run.endsBlock ? 64 : run.steps;
+            continue;
+        }
+        // The last coefficient ends the block too; and codes may be long.
+        const HuffmanTable::Entry entry = table.entry(bits.peek(16));
+        if (entry.length == 0)
+            return false;
+        bits.drop(entry.total);
+        coefficient += entry.steps;
+    }
+    shared = bits;
+    return true;
+}
+
 /// Reads the entropy code of a JPEG scan, in which a zero follows each byte of all ones. Beyond the end,
 /// which any marker is, come zeros. A value that is copied into a loop and back, so that it stays in
 /// registers there.
@@ -54,29 +78,6 @@ public:
     }
     /// Whether more has been read than there is.
     [[nodiscard]] bool isBeyondEnd() const { return _have < _padding; }
-
-    /// Passes the rest of a block, whose next coefficient has this index. False for bits that mean nothing.
-    [[nodiscard]] bool skipCoefficients(const HuffmanTable &table, int coefficient)
-    {
-        JPEGBits bits = *this;
-        while (coefficient < 64) {
-            bits.refill();
-            const HuffmanTable::Run run = table.run(bits.peek(HuffmanTable::kRunBits));
-            if (run.total != 0 && coefficient + run.steps < 64) {
-                bits.drop(run.total);
-                coefficient += run.endsBlock ? 64 : run.steps;
-                continue;
-            }
-            // The last coefficient ends the block too; and codes may be long.
-            const HuffmanTable::Entry entry = table.entry(bits.peek(16));
-            if (entry.length == 0)
-                return false;
-            bits.drop(entry.total);
-            coefficient += entry.steps;
-        }
-        *this = bits;
-        return true;
-    }
 
 private:
     void refillByBytes()

@@ -1,5 +1,6 @@
 #include "codecs/JPEGLowerPart.h"
 
+#include "codecs/JPEGBits.h"
 #include "codecs/JPEGScan.h"
 
 #include <QtEndian>
@@ -94,29 +95,6 @@ private:
     qsizetype _next = 0;
 };
 
-/// Passes the coefficients of a block after the first. False for bits that mean nothing.
-bool skipCoefficients(BitReader &shared, const HuffmanTable &table)
-{
-    BitReader bits = shared;
-    for (int coefficient = 1; coefficient < 64;) {
-        bits.refill();
-        const HuffmanTable::Run run = table.run(bits.peek(HuffmanTable::kRunBits));
-        if (run.total != 0 && coefficient + run.steps < 64) {
-            bits.drop(run.total);
-            coefficient += run.endsBlock ? 64 : run.steps;
-            continue;
-        }
-        // The last coefficient ends the block too; and codes may be long.
-        const HuffmanTable::Entry entry = table.entry(bits.peek(16));
-        if (entry.length == 0)
-            return false;
-        bits.drop(entry.total);
-        coefficient += entry.steps;
-    }
-    shared = bits;
-    return bits.have() >= 0;
-}
-
 /// Goes over blocks without decoding them.
 class Skimmer
 {
@@ -155,7 +133,8 @@ private:
         prediction += _bits.number(first.symbol);
         constexpr int kFarthest = 1 << 15; // only broken code leads there
         return std::abs(prediction) <= kFarthest &&
-               skipCoefficients(_bits, _scan.acTables[static_cast<size_t>(component.acTable)]);
+               skipCoefficients(_bits, _scan.acTables[static_cast<size_t>(component.acTable)], 1) &&
+               _bits.have() >= 0;
     }
 
     const JPEGScan &_scan;

@@ -81,7 +81,10 @@ bool JPEGReducedReader::setUp(Plane &plane, const JPEGScan::Component &component
     static const std::array<uchar, 64> order = zigzag();
     const JPEGScan::Component &first = _scan.components.first();
     const auto &quantiser = _scan.quantisers[size_t(component.quantiser)];
-    if (!quantiser || first.across % component.across != 0 || first.down % component.down != 0)
+    constexpr int kLargestFactor =
+        255; // larger ones are for deeper pictures, and might lead beyond all numbers
+    if (!quantiser || *std::max_element(quantiser->begin(), quantiser->end()) > kLargestFactor ||
+        first.across % component.across != 0 || first.down % component.down != 0)
         return false;
     plane.blocksAcross = component.across;
     plane.blocksDown = component.down;
@@ -180,7 +183,7 @@ bool JPEGReducedReader::decodeFirst(Plane &plane)
 
 bool JPEGReducedReader::skipBlock(Plane &plane)
 {
-    return decodeFirst(plane) && _bits.skipCoefficients(*plane.ac, 1);
+    return decodeFirst(plane) && skipCoefficients(_bits, *plane.ac, 1);
 }
 
 bool JPEGReducedReader::decodeBlock(Plane &plane, float *samples)
@@ -210,7 +213,7 @@ bool JPEGReducedReader::decodeBlock(Plane &plane, float *samples)
         lastPosition = std::max<int>(lastPosition, position);
     }
     _bits = bits;
-    if (!_bits.skipCoefficients(*plane.ac, index))
+    if (!skipCoefficients(_bits, *plane.ac, index))
         return false;
     _block.isFlat = lastPosition == 0;
     _block.rows = lastPosition / 8 + 1;

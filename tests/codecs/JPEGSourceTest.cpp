@@ -16,7 +16,7 @@ namespace {
 
 /// Writes files as other programs do: of any colours and markers.
 QByteArray written(QSize size, J_COLOR_SPACE space, const std::function<int(int, int, int)> &component,
-                   const QByteArray &profile = {}, bool isAdobe = true)
+                   const QByteArray &profile = {}, bool isAdobe = true, QSize sampling = {2, 2})
 {
     jpeg_compress_struct encoder{};
     jpeg_error_mgr errors{};
@@ -32,6 +32,10 @@ QByteArray written(QSize size, J_COLOR_SPACE space, const std::function<int(int,
     jpeg_set_defaults(&encoder);
     jpeg_set_quality(&encoder, 100, TRUE);
     encoder.write_Adobe_marker = isAdobe ? TRUE : FALSE;
+    if (space == JCS_RGB) {
+        encoder.comp_info[0].h_samp_factor = sampling.width();
+        encoder.comp_info[0].v_samp_factor = sampling.height();
+    }
     jpeg_start_compress(&encoder, TRUE);
     if (!profile.isEmpty())
         jpeg_write_icc_profile(&encoder, reinterpret_cast<const JOCTET *>(profile.constData()),
@@ -77,6 +81,8 @@ private Q_SLOTS:
     void decodesPartsAndSizes();
     void decodesLargeOnesInParts_data();
     void decodesLargeOnesInParts();
+    void reducesColoursOfAnySampling_data();
+    void reducesColoursOfAnySampling();
     void boundsScans();
 };
 
@@ -185,6 +191,29 @@ void JPEGSourceTest::decodesLargeOnesInParts()
         broken.replace(qsizetype(share * double(bytes.size())), 3, "\x12\x34\x56");
         const ImageSourcePtr damaged = ImageSource::withData(broken);
         QVERIFY(damaged->image() == damaged->image());
+    }
+}
+
+void JPEGSourceTest::reducesColoursOfAnySampling_data()
+{
+    QTest::addColumn<QSize>("sampling");
+    for (const QSize &sampling : {QSize(1, 1), QSize(2, 1), QSize(1, 2), QSize(2, 2), QSize(4, 1)})
+        QTest::addRow("%d by %d", sampling.width(), sampling.height()) << sampling;
+}
+
+void JPEGSourceTest::reducesColoursOfAnySampling()
+{
+    QFETCH(QSize, sampling);
+    const QImage image = photo({611, 437});
+    const auto component = [&](int i, int x, int y) { return (image.pixel(x, y) >> (16 - 8 * i)) & 0xFF; };
+    const ImageSourcePtr source =
+        ImageSource::withData(written(image.size(), JCS_RGB, component, {}, true, sampling));
+    for (const QRect &part : {image.rect(), QRect(45, 51, 500, 301)}) {
+        for (const int divisor : {2, 4, 8, 17}) {
+            const QImage expected = image.copy(part).scaled(part.size() / divisor, Qt::IgnoreAspectRatio,
+                                                            Qt::SmoothTransformation);
+            QCOMPARE_GE(likeness(source->scaled(part, expected.size()), expected), 33.0);
+        }
     }
 }
 
