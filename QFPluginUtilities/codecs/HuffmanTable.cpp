@@ -17,7 +17,7 @@ uint8_t stepsOf(uint8_t symbol)
 
 } // namespace
 
-HuffmanTable::HuffmanTable(QByteArrayView counts, QByteArrayView symbols)
+HuffmanTable::HuffmanTable(QByteArrayView counts, QByteArrayView symbols, bool hasRuns)
 {
     _entries.resize(size_t(1) << kCodeBits);
     uint32_t code = 0;
@@ -31,7 +31,7 @@ HuffmanTable::HuffmanTable(QByteArrayView counts, QByteArrayView symbols)
             add(code, length, static_cast<uint8_t>(symbols[next]));
         }
     }
-    for (uint32_t bits = 0; bits < 1U << kRunBits; ++bits)
+    for (uint32_t bits = 0; hasRuns && bits < 1U << kRunBits; ++bits)
         _runs.push_back(runOf(bits));
 }
 

@@ -12,7 +12,7 @@ class HuffmanTable
 public:
     /// Of the look-up for codes; small enough for all tables of a picture to stay in the nearest cache.
     static constexpr int kCodeBits = 9;
-    static constexpr int kRunBits = 12;
+    static constexpr int kRunBits = 13;
 
     /// What the next bits begin with.
     struct Entry
@@ -40,8 +40,8 @@ public:
 
     HuffmanTable() = default;
     /// From the number of codes of each length and the symbols in order of their codes. Invalid when these do
-    /// not make a code.
-    HuffmanTable(QByteArrayView counts, QByteArrayView symbols);
+    /// not make a code. Only tables of the coefficients after the first have runs.
+    HuffmanTable(QByteArrayView counts, QByteArrayView symbols, bool hasRuns);
 
     [[nodiscard]] bool isValid() const { return !_entries.empty(); }
     /// For the next 16 bits.

@@ -11,7 +11,8 @@ template <typename Bits>
 {
     Bits bits = shared;
     while (coefficient < 64) {
-        bits.refill();
+        if (bits.have() < HuffmanTable::kRunBits)
+            bits.refill();
         const HuffmanTable::Run run = table.run(bits.peek(HuffmanTable::kRunBits));
         if (run.total != 0 && coefficient + run.steps < 64) {
             bits.drop(run.total);
@@ -19,6 +20,7 @@ template <typename Bits>
             continue;
         }
         // The last coefficient ends the block too; and codes may be long.
+        bits.refill();
         const HuffmanTable::Entry entry = table.entry(bits.peek(16));
         if (entry.length == 0)
             return false;
@@ -58,6 +60,7 @@ public:
         }
         refillByBytes();
     }
+    [[nodiscard]] int have() const { return _have; }
     /// 1 to 32.
     [[nodiscard]] quint32 peek(int bits) const { return static_cast<quint32>(_window >> (64 - bits)); }
     void drop(int bits)
@@ -65,14 +68,11 @@ public:
         _window <<= bits;
         _have -= bits;
     }
-    /// The number of `bits` bits that follows; those that begin with a zero are negative.
-    [[nodiscard]] int number(int bits)
+    /// What a number of `bits` bits, at least one, stands for: those that begin with a zero are negative.
+    [[nodiscard]] static int number(quint32 number, int bits)
     {
-        if (bits == 0)
-            return 0;
-        const auto value = static_cast<int>(peek(bits));
-        drop(bits);
         // Without a branch: half of all numbers are negative, in no order.
+        const auto value = static_cast<int>(number);
         const int ifNegative = (value >> (bits - 1)) - 1;
         return value + (ifNegative & (1 - (1 << bits)));
     }

@@ -177,7 +177,8 @@ bool JPEGReducedReader::decodeFirst(Plane &plane)
     if (entry.length == 0 || entry.symbol > kLargest)
         return false;
     _bits.drop(entry.length);
-    plane.prediction += _bits.number(entry.symbol);
+    plane.prediction += entry.symbol == 0 ? 0 : JPEGBits::number(_bits.peek(entry.symbol), entry.symbol);
+    _bits.drop(entry.symbol);
     return std::abs(plane.prediction) <= kFarthest;
 }
 
@@ -202,13 +203,13 @@ bool JPEGReducedReader::decodeBlock(Plane &plane, float *samples)
         index += entry.steps;
         if (entry.length == 0 || (index > 64 && (entry.symbol & 0x0F) != 0))
             return false;
-        bits.drop(entry.length);
-        if ((entry.symbol & 0x0F) == 0)
+        const quint32 codeAndNumber = bits.peek(entry.total);
+        bits.drop(entry.total);
+        const int length = entry.symbol & 0x0F;
+        const uchar position = plane.positions[size_t(std::min(index, 64) - 1)];
+        if (length == 0 || position == kNowhere)
             continue;
-        const int value = bits.number(entry.symbol & 0x0F);
-        const uchar position = plane.positions[size_t(index - 1)];
-        if (position == kNowhere)
-            continue;
+        const int value = JPEGBits::number(codeAndNumber & ((1U << length) - 1), length);
         coefficients[position] = float(value) * plane.scales[size_t(index - 1)];
         lastPosition = std::max<int>(lastPosition, position);
     }

@@ -30,8 +30,9 @@ bool readTables(QByteArrayView segment, JPEGScan &scan)
         const QByteArrayView values = at.take(symbols);
         if (!at.isGood() || (kind & 0xECU) != 0)
             return false;
-        HuffmanTable &table = ((kind & 0x10U) != 0 ? scan.acTables : scan.dcTables)[kind & 3U];
-        table = HuffmanTable(counts, values);
+        const bool isFirst = (kind & 0x10U) == 0;
+        HuffmanTable &table = (isFirst ? scan.dcTables : scan.acTables)[kind & 3U];
+        table = HuffmanTable(counts, values, !isFirst);
         if (!table.isValid())
             return false;
     }
