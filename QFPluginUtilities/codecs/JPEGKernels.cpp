@@ -41,7 +41,7 @@ void transformed(const Block &block, float *samples, qsizetype stride)
     const int rows = std::min(block.rows, height);
     float across[height][width] = {};
     for (int row = 0; row < rows; ++row) {
-        const float *const coefficients = block.coefficients + row * 8;
+        const float *const coefficients = block.coefficients + qsizetype(row) * 8;
         float sums[width];
         for (int x = 0; x < width; ++x)
             sums[x] = coefficients[0];
@@ -85,10 +85,11 @@ float scale(int column, int row)
     return part(column) * part(row);
 }
 
-/// As a whole number, which compilers know how to clamp many at a time.
+/// Rounded, as a whole number, which compilers know how to clamp many at a time.
 static inline int level(float value)
 {
-    return std::min(std::max(int(value + 0.5F), 0), 255);
+    const float upwards = value + 0.5F;
+    return std::min(std::max(int(upwards), 0), 255);
 }
 
 QF_VECTORISED void toPixels(const float *y, const float *blue, const float *red, QRgb *pixels, int count)

@@ -142,7 +142,7 @@ bool JPEGReducedReader::decodeUnits()
     for (int unit = 0; unit < _endUnit - _firstUnit; ++unit) {
         for (Plane &plane : _planes) {
             for (int down = 0; down < plane.blocksDown; ++down) {
-                float *samples = plane.samples.data() + down * plane.height * plane.stride +
+                float *samples = plane.samples.data() + qsizetype(down) * plane.height * plane.stride +
                                  qsizetype(unit) * plane.blocksAcross * plane.width;
                 for (int across = 0; across < plane.blocksAcross; ++across, samples += plane.width) {
                     if (!decodeBlock(plane, samples))
