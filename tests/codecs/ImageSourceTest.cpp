@@ -98,7 +98,7 @@ void ImageSourceTest::leavesMessagesOfTIFFToTheHost()
     };
     readDamaged(imageIn);
     QCOMPARE(heard, 0);
-    readDamaged([](const QByteArray &bytes) { return QImage::fromData(bytes); });
+    readDamaged([](const QByteArray &bytes) { return heard > 0 ? QImage() : QImage::fromData(bytes); });
     QVERIFY(heard > 0);
 }
 
