@@ -3,6 +3,7 @@
 #include "codecs/ColourProfile.h"
 #include "codecs/NeedlessAlpha.h"
 #include "codecs/PictureStructure.h"
+#include "codecs/TIFFSilence.h"
 #include "platform/WithoutThrowing.h"
 
 #include <QBuffer>
@@ -69,11 +70,22 @@ void raiseAllocationLimit()
     });
 }
 
+/// Bytes in which broken files may seek any place: Qt's own buffer prints a warning for each wrong one.
+class QuietBuffer : public QBuffer
+{
+public:
+    bool seek(qint64 position) override
+    {
+        return position >= 0 && position <= size() && QBuffer::seek(position);
+    }
+};
+
 /// Calls `work` with a reader of the first picture.
 template <typename Work>
 auto withReader(const QByteArray &data, const char *format, Work work)
 {
-    QBuffer buffer;
+    const TIFFSilence silence;
+    QuietBuffer buffer;
     buffer.setData(data);
     buffer.open(QIODevice::ReadOnly);
     QImageReader reader(&buffer, format);

@@ -99,7 +99,7 @@ int MovieFile::open()
     if (!av_match_list(format->name, kFormats, ','))
         return AVERROR_INVALIDDATA;
     if (av_match_list(format->name, "mov", ',')) {
-        const MovieAtoms atoms = MovieAtoms::of(*input.bytes);
+        const MovieAtoms atoms = MovieAtoms::of(*input.bytes, input.deadline);
         if (!atoms.isPlausible)
             return AVERROR_INVALIDDATA;
         input.isIndexFirst = atoms.isIndexFirst;

@@ -11,6 +11,7 @@
 #include <QtEndian>
 
 #include <sys/stat.h>
+#include <tiffio.h>
 
 using namespace TestPictures;
 using Format = ImageSource::Format;
@@ -43,6 +44,8 @@ QList<Sample> samples(const QImage &image)
             {"PPM", Format::Other, file(image, "ppm")}};
 }
 
+int heard = 0; ///< what libtiff has said to the host
+
 /// A file's header that promises a picture of 50,000 x 50,000 pixels.
 QByteArray bomb(QByteArray file, qsizetype widthAt, qsizetype heightAt, bool isShort, bool isBigEndian)
 {
@@ -64,6 +67,7 @@ class ImageSourceTest : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
+    void leavesMessagesOfTIFFToTheHost();
     void tellsFormatsByContent();
     void readsPixelsOfAllKinds_data();
     void readsPixelsOfAllKinds();
@@ -76,6 +80,27 @@ private Q_SLOTS:
     void refusesWhatIsTooLarge();
     void readsRegularFilesOnly();
 };
+
+/// Comes first: handlers set after the first picture get everything.
+void ImageSourceTest::leavesMessagesOfTIFFToTheHost()
+{
+    const TIFFErrorHandler hear = [](const char *, const char *, va_list) { ++heard; };
+    TIFFSetErrorHandler(hear);
+    TIFFSetWarningHandler(hear);
+    // Damages of the directory, which comes last.
+    const QByteArray whole = file(photo({16, 8}), "tiff");
+    const auto readDamaged = [&](const auto &read) {
+        for (qsizetype i = 1; i < 200; ++i) {
+            QByteArray damaged = whole;
+            damaged[whole.size() - i] = '\x7E';
+            (void)read(damaged);
+        }
+    };
+    readDamaged(imageIn);
+    QCOMPARE(heard, 0);
+    readDamaged([](const QByteArray &bytes) { return heard > 0 ? QImage() : QImage::fromData(bytes); });
+    QVERIFY(heard > 0);
+}
 
 void ImageSourceTest::tellsFormatsByContent()
 {

@@ -225,6 +225,19 @@ void JPEGSourceTest::boundsScans()
     bytes.chop(2);
     bytes += scan.repeated(3000) + "\xFF\xD9";
     QVERIFY(imageIn(bytes).isNull());
+
+    // 16 megapixels of arithmetic codes without a code.
+    const QByteArray start = QByteArray::fromHex("ffd8 ffdb004300") + QByteArray(64, 1) +
+                             QByteArray::fromHex("ffca000b080fa00fa001011100");
+    const auto withScans = [&](int count) {
+        return start + QByteArray::fromHex("ffda00080101 00000000") +
+               QByteArray::fromHex("ffda00080101 00013f00").repeated(count) + "\xFF\xD9";
+    };
+    const auto isRead = [](const QByteArray &file) {
+        return !ImageSource::withData(file)->scaled({0, 0, 4000, 4000}, {8, 8}).isNull();
+    };
+    QVERIFY(isRead(withScans(10)));
+    QVERIFY(!isRead(withScans(50)));
 }
 
 QTEST_GUILESS_MAIN(JPEGSourceTest)

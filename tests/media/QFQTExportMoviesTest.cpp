@@ -50,6 +50,7 @@ private Q_SLOTS:
     void survivesCutMovies();
     void refusesIndexesThatClaimTooMuch_data();
     void refusesIndexesThatClaimTooMuch();
+    void refusesTablesInDescriptions();
     void readsCompressedIndexes();
     void flattens_data();
     void flattens();
@@ -186,6 +187,17 @@ void QFQTExportMoviesTest::refusesIndexesThatClaimTooMuch()
     QTEST(QFQTExport::getMovieDimensionsFromData(bytes) == (NSSize{96, 64}), "isMovie");
 }
 
+void QFQTExportMoviesTest::refusesTablesInDescriptions()
+{
+    QVERIFY(MovieMaker().write(path(u"a.mov"_s)));
+    QByteArray bytes = contents(path(u"a.mov"_s));
+    constexpr qsizetype kCompressor = 63; // its name, any text
+    for (const auto &[name, size] : {std::pair("text", NSSize{96, 64}), std::pair("stsz", NSSize())}) {
+        bytes.replace(bytes.indexOf("stsd") + kCompressor, 4, name);
+        QCOMPARE(QFQTExport::getMovieDimensionsFromData(bytes), size);
+    }
+}
+
 void QFQTExportMoviesTest::readsCompressedIndexes()
 {
     QVERIFY(MovieMaker().write(path(u"a.mov"_s)));
@@ -204,6 +216,14 @@ void QFQTExportMoviesTest::readsCompressedIndexes()
     QByteArray hostile = bytes.sliced(at);
     qToBigEndian<quint64>(0x00000001'7FFFFFFF, hostile.data() + hostile.indexOf("stsz") + 8);
     QCOMPARE(QFQTExport::getMovieDimensionsFromData(compressed(hostile)), NSSize());
+
+    // More than an index needs, several of them, one in another.
+    const QByteArray index = bytes.sliced(at);
+    const QByteArray padded = index + atom("free", QByteArray(50 << 20, 'x'));
+    QCOMPARE(QFQTExport::getMovieDimensionsFromData(compressed(padded)), NSSize());
+    const QByteArray again = compressed(index).sliced(at);
+    QCOMPARE(QFQTExport::getMovieDimensionsFromData(compressed(index) + again.sliced(8)), NSSize());
+    QCOMPARE(QFQTExport::getMovieDimensionsFromData(compressed(again)), NSSize());
 }
 
 void QFQTExportMoviesTest::flattens_data()
