@@ -58,7 +58,6 @@ void HuffmanTable::add(uint32_t code, int length, uint8_t symbol)
 {
     const auto bits = static_cast<uint8_t>(length);
     const Entry entry{bits, symbol, static_cast<uint8_t>(bits + (symbol & 0x0F)), stepsOf(symbol)};
-    _codes[symbol] = {static_cast<uint16_t>(code), bits};
     const uint32_t first = code << (kLongestCode - length);
     const uint32_t end = (code + 1) << (kLongestCode - length);
     if (length > kCodeBits) {

@@ -2,11 +2,10 @@
 
 #include <QByteArray>
 
-#include <array>
 #include <cstdint>
 #include <vector>
 
-/// A table of JPEG's entropy code: from bits to symbols and back.
+/// A table of JPEG's entropy code: from bits to symbols.
 class HuffmanTable
 {
 public:
@@ -31,13 +30,6 @@ public:
         uint16_t endsBlock : 1 = 0;
     };
 
-    /// How a symbol is written; no bits when the table does not have it.
-    struct Code
-    {
-        uint16_t bits = 0;
-        uint8_t length = 0;
-    };
-
     HuffmanTable() = default;
     /// From the number of codes of each length and the symbols in order of their codes. Invalid when these do
     /// not make a code. Only tables of the coefficients after the first have runs.
@@ -52,7 +44,6 @@ public:
     }
     /// For the next `kRunBits` bits.
     [[nodiscard]] Run run(uint32_t bits) const { return _runs[bits]; }
-    [[nodiscard]] Code code(int symbol) const { return _codes[static_cast<size_t>(symbol)]; }
 
 private:
     struct LongCode
@@ -69,5 +60,4 @@ private:
     std::vector<Entry> _entries;
     std::vector<Run> _runs;
     std::vector<LongCode> _longCodes;
-    std::array<Code, 256> _codes{};
 };

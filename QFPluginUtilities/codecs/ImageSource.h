@@ -42,8 +42,8 @@ public:
     [[nodiscard]] virtual QImage image() const = 0;
     /// The part `crop` of the picture, scaled to `target` without holding all of it where the format allows
     /// that: a JPEG is decoded at the size that the result needs, but with nearly twice its sides at least,
-    /// and a large picture on up to three threads. Null as above, and unless the crop lies within the
-    /// picture. Any thread.
+    /// and large pictures are decoded and filtered on two threads. Null as above, and unless the crop lies
+    /// within the picture. Any thread.
     [[nodiscard]] virtual QImage scaled(const QRect &crop, const QSize &target) const;
 
 protected:

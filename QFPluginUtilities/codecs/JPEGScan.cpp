@@ -55,12 +55,11 @@ bool readQuantisers(QByteArrayView segment, JPEGScan &scan)
     return true;
 }
 
-bool readFrame(QByteArrayView segment, qsizetype position, JPEGScan &scan)
+bool readFrame(QByteArrayView segment, JPEGScan &scan)
 {
     constexpr int kBlock = 8;
     BigEndianCursor at(segment);
     const auto depth = at.number<quint8>();
-    scan.heightAt = position + 1;
     scan.height = at.number<quint16>();
     scan.width = at.number<quint16>();
     const auto count = at.number<quint8>();
@@ -121,10 +120,9 @@ std::optional<JPEGScan> JPEGScan::ofFile(const QByteArray &file)
             return std::nullopt;
         const auto marker = at.number<quint8>();
         const auto length = at.number<quint16>();
-        const qsizetype position = at.position();
         const QByteArrayView segment = at.take(length < 2 ? UINT64_MAX : length - 2U);
         const bool isFrame = marker == Baseline || marker == Extended;
-        if ((isFrame && (!scan.components.isEmpty() || !readFrame(segment, position, scan))) ||
+        if ((isFrame && (!scan.components.isEmpty() || !readFrame(segment, scan))) ||
             (marker == HuffmanTables && !readTables(segment, scan)) ||
             (marker == Quantisers && !readQuantisers(segment, scan)) ||
             (marker == RestartInterval && BigEndianCursor(segment).number<quint16>() != 0))

@@ -25,8 +25,7 @@ struct JPEGScan
 
     int width = 0;
     int height = 0;
-    qsizetype heightAt = 0; ///< where the file tells it
-    int unitRows = 8;       ///< pixels of a unit, down
+    int unitRows = 8; ///< pixels of a unit, down
     int unitsAcross = 0;
     int unitsDown = 0;
     QList<Component> components;

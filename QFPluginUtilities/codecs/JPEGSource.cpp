@@ -1,6 +1,5 @@
 #include "codecs/JPEGSource.h"
 
-#include "codecs/JPEGHalvesReader.h"
 #include "codecs/JPEGReader.h"
 #include "codecs/JPEGReducedReader.h"
 #include "platform/WithoutThrowing.h"
@@ -51,9 +50,8 @@ ImageSourcePtr JPEGSource::withBytes(const QByteArray &data)
 
 QImage JPEGSource::image() const
 {
-    return withoutThrowing([this] {
-        return withReader(kWhole, QRect(QPoint(), size()), [](auto &reader) { return reader.image(); });
-    });
+    const auto whole = [](auto &reader) { return reader.image(); };
+    return withoutThrowing([&] { return made(JPEGReader(data(), kWhole, QRect(QPoint(), size())), whole); });
 }
 
 QImage JPEGSource::scaled(const QRect &crop, const QSize &target) const
@@ -65,15 +63,8 @@ QImage JPEGSource::scaled(const QRect &crop, const QSize &target) const
         QImage image;
         if (const int eighths = eighthsFor(crop.size(), target, kMarginOfOwn); eighths < kWhole)
             image = made(JPEGReducedReader(data(), eighths, crop), scale);
-        return image.isNull() ? withReader(eighthsFor(crop.size(), target, kMargin), crop, scale) : image;
+        if (image.isNull()) // a file of a rarer kind, or a damaged one
+            image = made(JPEGReader(data(), eighthsFor(crop.size(), target, kMargin), crop), scale);
+        return image;
     });
-}
-
-/// What `work` makes of the file's rows, read the quickest way that works for all files.
-template <typename Work>
-QImage JPEGSource::withReader(int eighths, const QRect &part, Work work) const
-{
-    return JPEGHalvesReader::isFor(size(), eighths, part)
-               ? made(JPEGHalvesReader(data(), eighths, part), work)
-               : made(JPEGReader(data(), eighths, part), work);
 }

@@ -14,7 +14,4 @@ public:
 
 private:
     JPEGSource(QSize size, const QByteArray &data);
-
-    template <typename Work>
-    [[nodiscard]] QImage withReader(int eighths, const QRect &part, Work work) const;
 };

@@ -79,8 +79,8 @@ private Q_SLOTS:
     void readsGrey();
     void decodesPartsAndSizes_data();
     void decodesPartsAndSizes();
-    void decodesLargeOnesInParts_data();
-    void decodesLargeOnesInParts();
+    void decodesLargeOnes_data();
+    void decodesLargeOnes();
     void reducesColoursOfAnySampling_data();
     void reducesColoursOfAnySampling();
     void boundsScans();
@@ -151,7 +151,7 @@ void JPEGSourceTest::decodesPartsAndSizes()
     }
 }
 
-void JPEGSourceTest::decodesLargeOnesInParts_data()
+void JPEGSourceTest::decodesLargeOnes_data()
 {
     QTest::addColumn<QByteArray>("bytes");
     const QImage image = photo({4001, 2103});
@@ -167,7 +167,7 @@ void JPEGSourceTest::decodesLargeOnesInParts_data()
     QTest::newRow("own codes") << buffer.data();
 }
 
-void JPEGSourceTest::decodesLargeOnesInParts()
+void JPEGSourceTest::decodesLargeOnes()
 {
     QFETCH(QByteArray, bytes);
     const ImageSourcePtr source = ImageSource::withData(bytes);
