@@ -105,8 +105,8 @@ QString movieMarkup(const QString &path, const QString &source)
                                                 truncated(size.height + kControllerHeight), false);
 }
 
-/// Writes the file as planned to `path`, which becomes the one where it failed. A prefix that would lead out
-/// of the folder fails, and so does no folder at all.
+/// Writes the file as planned to `path`, which becomes the one where it failed. A prefix with a slash, which
+/// might lead out of the folder, fails, and so does no folder at all.
 CVHTMLImageFile::Result written(const NSTextAttachmentPtr &attachment, const CVHTMLAttachmentPlan &plan,
                                 QString &path, qint32 quality)
 {

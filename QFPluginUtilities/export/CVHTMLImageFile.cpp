@@ -11,12 +11,12 @@
 #include "platform/NSStringPathExtensions.h"
 #include "platform/QFReport.h"
 
-#include <QFile>
 #include <QFileInfo>
 #include <QSaveFile>
 #include <QTemporaryFile>
 
 #include <cerrno>
+#include <utility>
 
 using namespace Qt::StringLiterals;
 using namespace NSStringPathExtensions;
@@ -29,12 +29,6 @@ bool writtenAtomically(const QByteArray &bytes, const QString &path)
     CVHTMLFileWrapper::removeLink(path);
     QSaveFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit();
-}
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
 }
 
 void fail(const QString &message, const QString &path)
@@ -73,36 +67,52 @@ CVHTMLImageFile::Result CVHTMLImageFile::write()
     const auto media = std::dynamic_pointer_cast<QFTextAttachment>(_attachment);
     if (media && !media->cachedImage().isEmpty() && media->cachedImageFormat().value_or(_format) == _format)
         return writtenAtomically(media->cachedImage(), _path) ? Result::Written : Result::Failed;
-    const Result result = _format == CVHTMLMedia::kGIFFormat ? exportAsGIF() : exportImage(_path, _format);
-    if (media && !_written.isEmpty())
+    const Result result = _format == CVHTMLMedia::kGIFFormat ? exportAsGIF() : exportImage();
+    if (media && result == Result::Written && !_written.isEmpty())
         media->setCachedImage(_written, _format);
     return result;
 }
 
-/// nullptr, after logging, when the attachment holds no picture.
+/// The attachment's picture; nullptr when it cannot be read.
 NSImagePtr CVHTMLImageFile::sourceImage() const
 {
     const NSFileWrapper &file = *_attachment->fileWrapper();
-    NSImagePtr image;
-    switch (file.kind()) {
-    case NSFileWrapper::Kind::Directory:
-        fail(u"Don't know how to deal with directory wrappers when exporting an image"_s, _path);
-        return nullptr;
-    case NSFileWrapper::Kind::SymbolicLink:
-        image = NSImage::imageWithContentsOfFile(file.symbolicLinkDestination());
-        break;
-    case NSFileWrapper::Kind::RegularFile:
-        image = NSImage::imageWithData(file.regularFileContents());
-        break;
-    }
-    if (!image)
-        logUnreadable();
-    return image;
+    return file.isSymbolicLink() ? NSImage::imageWithContentsOfFile(file.symbolicLinkDestination())
+                                 : NSImage::imageWithData(file.regularFileContents());
 }
 
-void CVHTMLImageFile::logUnreadable() const
+/// An exporter that has decoded the picture and only has to write it; nullptr, after logging, when the
+/// attachment holds none. The picture goes to the exporter as pixels only: the orientation of a camera's file
+/// stays behind.
+std::unique_ptr<QFQTExport> CVHTMLImageFile::preparedExporter(qint32 format) const
 {
+    if (_attachment->fileWrapper()->isDirectory()) {
+        fail(u"Don't know how to deal with directory wrappers when exporting an image"_s, _path);
+        return nullptr;
+    }
+    std::unique_ptr<QFQTExport> exporter = QFQTExport::exporterWithImage(sourceImage());
+    exporter->setFormat(format);
+    exporter->setQuality(_quality);
+    exporter->setHighQualityScaling(true);
+    if (const auto media = std::dynamic_pointer_cast<QFTextAttachment>(_attachment))
+        applyAttributes(media->mediaAttributes(), *exporter);
+    if (exporter->prepare())
+        return exporter;
     fail(u"Could not read the image data from the attachment"_s, _path);
+    return nullptr;
+}
+
+/// Where the exporter cannot encode the picture or not write all of it, it logs that, and the file stays.
+CVHTMLImageFile::Result CVHTMLImageFile::exportTo(const QString &destination, QFQTExport &exporter)
+{
+    CVHTMLFileWrapper::removeLink(destination);
+    exporter.setDestination(destination);
+    if (const qint32 status = exporter.exportImage(); status != QFQTExport::noErr) {
+        logFailedExport(status);
+        return Result::Failed;
+    }
+    _written = exporter.exportedBytes();
+    return Result::Written;
 }
 
 void CVHTMLImageFile::logFailedExport(qint32 status) const
@@ -110,30 +120,10 @@ void CVHTMLImageFile::logFailedExport(qint32 status) const
     fail(formatted(u"Failed to write image attachment '%@' (%d)", {lastPathComponent(_path), status}), _path);
 }
 
-/// The picture goes to the exporter as pixels only: the orientation of a camera's file stays behind.
-CVHTMLImageFile::Result CVHTMLImageFile::exportImage(const QString &destination, qint32 format)
+CVHTMLImageFile::Result CVHTMLImageFile::exportImage()
 {
-    const NSImagePtr image = sourceImage();
-    if (!image)
-        return Result::Refused;
-    const std::unique_ptr<QFQTExport> exporter = QFQTExport::exporterWithImage(image);
-    exporter->setFormat(format);
-    exporter->setQuality(_quality);
-    exporter->setHighQualityScaling(true);
-    if (const auto media = std::dynamic_pointer_cast<QFTextAttachment>(_attachment))
-        applyAttributes(media->mediaAttributes(), *exporter);
-    if (!exporter->prepare()) {
-        logUnreadable();
-        return Result::Refused;
-    }
-    CVHTMLFileWrapper::removeLink(destination);
-    exporter->setDestination(destination);
-    if (const qint32 status = exporter->exportImage(); status != QFQTExport::noErr) {
-        logFailedExport(status);
-        return Result::Failed;
-    }
-    _written = exporter->exportedBytes();
-    return Result::Written; // the exporter has logged it if the file is not whole
+    const auto exporter = preparedExporter(_format);
+    return exporter ? exportTo(_path, *exporter) : Result::Refused;
 }
 
 /// A GIF is made from a PNG file beside it, which is taken away again. That has a name of its own, so that no
@@ -141,43 +131,35 @@ CVHTMLImageFile::Result CVHTMLImageFile::exportImage(const QString &destination,
 CVHTMLImageFile::Result CVHTMLImageFile::exportAsGIF()
 {
     _path = CVHTMLMedia::adjustImagePath(_path, u"png"_s);
+    const auto exporter = preparedExporter(CVHTMLMedia::kPNGFormat);
+    if (!exporter)
+        return Result::Refused;
     QTemporaryFile png(QFileInfo(_path).absolutePath() + u"/.XXXXXX.png"_s);
     errno = 0;
     if (!png.open()) {
         logFailedExport(errno);
         return Result::Failed;
     }
-    if (const Result result = exportImage(png.fileName(), CVHTMLMedia::kPNGFormat); result != Result::Written)
-        return result;
-    _written.clear();
-    const QImage pixels = pixelsOf(png.fileName());
-    if (pixels.isNull())
+    if (exportTo(png.fileName(), *exporter) == Result::Failed)
         return Result::Failed;
-    const QByteArray gif = ImageEncoder::encoded(pixels, ImageEncoder::FileType::GIF);
-    if (gif.isEmpty()) {
-        fail(formatted(u"Failed to create GIF from image representation at '%@'", {lastPathComponent(_path)}),
-             _path);
-        return Result::Failed;
-    }
-    if (!writtenAtomically(gif, _path))
-        return Result::Failed;
-    _written = gif;
-    return Result::Written;
+    _written = gifFrom(std::exchange(_written, {}));
+    return !_written.isEmpty() && writtenAtomically(_written, _path) ? Result::Written : Result::Failed;
 }
 
-/// What the PNG file shows; null, after logging, when it cannot be read back.
-QImage CVHTMLImageFile::pixelsOf(const QString &pngFile)
+/// nil, after logging, when that cannot be made.
+QByteArray CVHTMLImageFile::gifFrom(const QByteArray &png)
 {
-    const QByteArray png = contents(pngFile);
-    if (png.isEmpty()) {
-        fail(formatted(u"Failed to read image attachment '%@'", {lastPathComponent(_path)}), _path);
-        return {};
-    }
+    const auto failed = [this](QStringView message) {
+        fail(formatted(message, {lastPathComponent(_path)}), _path);
+        return QByteArray();
+    };
+    if (png.isEmpty())
+        return failed(u"Failed to read image attachment '%@'");
     _path = CVHTMLMedia::adjustImagePath(_path, u"gif"_s);
     const NSImagePtr image = NSImage::imageWithData(png);
-    QImage pixels = image ? image->bitmap() : QImage();
+    const QImage pixels = image ? image->bitmap() : QImage();
     if (pixels.isNull())
-        fail(formatted(u"Failed to create image representation from '%@'", {lastPathComponent(_path)}),
-             _path);
-    return pixels;
+        return failed(u"Failed to create image representation from '%@'");
+    const QByteArray gif = ImageEncoder::encoded(pixels, ImageEncoder::FileType::GIF);
+    return gif.isEmpty() ? failed(u"Failed to create GIF from image representation at '%@'") : gif;
 }

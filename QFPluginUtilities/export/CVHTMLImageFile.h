@@ -3,7 +3,12 @@
 #include "media/NSImage.h"
 #include "platform/NSTextAttachment.h"
 
+#include <QByteArray>
 #include <QString>
+
+#include <memory>
+
+class QFQTExport;
 
 /// Encodes a picture that a page embeds, with its effects, into the export folder.
 class CVHTMLImageFile
@@ -28,10 +33,11 @@ public:
 
 private:
     [[nodiscard]] NSImagePtr sourceImage() const;
-    [[nodiscard]] Result exportImage(const QString &destination, qint32 format);
+    [[nodiscard]] std::unique_ptr<QFQTExport> preparedExporter(qint32 format) const;
+    [[nodiscard]] Result exportTo(const QString &destination, QFQTExport &exporter);
+    [[nodiscard]] Result exportImage();
     [[nodiscard]] Result exportAsGIF();
-    [[nodiscard]] QImage pixelsOf(const QString &pngFile);
-    void logUnreadable() const;
+    [[nodiscard]] QByteArray gifFrom(const QByteArray &png);
     void logFailedExport(qint32 status) const;
 
     NSTextAttachmentPtr _attachment;

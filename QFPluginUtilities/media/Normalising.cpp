@@ -22,9 +22,11 @@ NSSize displayedSize(const QFTextAttachmentAttributes &attributes)
 /// What to replace the file with; nil for nothing.
 QByteArray normalisedJPEG(const NSFileWrapper &file, const QFTextAttachmentAttributes &attributes)
 {
-    const NSImagePtr image = NSImage::imageWithData(file.regularFileContents());
     const QString extension = NSStringPathExtensions::pathExtension(file.preferredFilename());
-    if (!image || extension.compare(u"jpg", Qt::CaseInsensitive) != 0)
+    if (extension.compare(u"jpg", Qt::CaseInsensitive) != 0)
+        return {};
+    const NSImagePtr image = NSImage::imageWithData(file.regularFileContents());
+    if (!image)
         return {};
     const NSSize size = displayedSize(attributes);
     const NSSize original{attributes.originalWidth(), attributes.originalHeight()};

@@ -1,11 +1,11 @@
 #include "media/QFQTExport.h"
 
+#include "codecs/ExifBlock.h"
 #include "codecs/ImageEncoder.h"
 #include "imaging/Canvas.h"
 #include "imaging/ImageOperations.h"
 #include "media/Colours.h"
 #include "media/QFImage.h"
-#include "media/QFImageIO.h"
 #include "media/QFTransformImage.h"
 #include "platform/Formatting.h"
 #include "platform/Logging.h"
@@ -235,12 +235,10 @@ void QFQTExport::makeAttributes()
 /// export keeps the picture as it is stored.
 void QFQTExport::takeOrientation()
 {
-    const ImageSourcePtr source = std::exchange(_imageSource, nullptr);
-    if (!source || !_attributes)
+    if (!_imageSource || !_attributes)
         return;
-    const QVariant orientation = QFImageIO::propertiesFromData(source->data()).value(u"Orientation"_s);
-    if (!isNil(orientation))
-        _attributes->insert(u"orientation"_s, orientation);
+    if (const std::optional<int> orientation = ExifBlock::inPicture(_imageSource->data()).orientation())
+        _attributes->insert(u"orientation"_s, *orientation);
 }
 
 qint32 QFQTExport::createExporter()

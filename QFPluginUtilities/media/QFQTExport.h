@@ -138,7 +138,7 @@ private:
 
     QString _destination;
     NSImagePtr _image; ///< nullptr when there is no picture
-    /// Where the picture comes from, as long as its orientation has not been read; nullptr for one in memory.
+    /// Where the picture comes from, with its orientation; nullptr for one in memory.
     ImageSourcePtr _imageSource;
     std::optional<QImage> _prepared;
     QByteArray _exportedBytes;

@@ -78,6 +78,8 @@ MovieFlattening::Result MovieFlattening::flatten(const QString &path, const QStr
     };
     constexpr QStringView kNoReference = u"The movie file reference to '%@' could not be created (%d)";
 
+    if (folder.isNull())
+        return because(kNoReference, {}, EINVAL);
     const QString target = NSStringPathExtensions::stringByAppendingPathComponent(folder, u"flattened.mov");
     const QByteArray targetName = QFile::encodeName(target);
     mode_t permissions = kPermissions;

@@ -123,6 +123,11 @@ private Q_SLOTS:
         QCOMPARE(attributes->value(u"orientation"_s).toInt(), 6);
         QCOMPARE(QImage(exporter->destination()).size(), QSize(20, 40));
 
+        // ... and for another map as well.
+        exporter->setAttributes(std::make_shared<QVariantMap>());
+        QCOMPARE(exporter->exportImage(), 0);
+        QVERIFY(exporter->attributes()->contains(u"orientation"_s));
+
         // Without attributes the picture stays as it is stored.
         const auto plain = QFQTExport::exporterWithFile(source);
         plain->setDestination(_folder.filePath(u"plain.png"_s));
