@@ -53,23 +53,20 @@ struct ImageAttributes
 ImageAttributes imageAttributes(const NSTextAttachmentPtr &attachment, const QString &title,
                                 const QString &path)
 {
-    const NSImagePtr written = NSImage::imageWithContentsOfFile(path);
-    const NSSize size = written ? QFImage::fullResolutionSize(*written) : NSSize();
-    ImageAttributes image{title, truncated(size.width), truncated(size.height)};
     const auto media = std::dynamic_pointer_cast<QFTextAttachment>(attachment);
-    if (!media)
-        return image;
-    const QVariantMap &map = media->mediaAttributes();
+    const QVariantMap map = media ? media->mediaAttributes() : QVariantMap();
     const QFTextAttachmentAttributes attributes(map);
-    if (const QString altTag = attributes.altTag(); !altTag.isNull())
-        image.altTag = altTag;
-    if (attributes.rotation() != 0)
-        return image;
-    if (map.contains(u"width"_s))
-        image.width = truncated(attributes.width());
-    if (map.contains(u"height"_s))
-        image.height = truncated(attributes.height());
-    return image;
+    const QString altTag = attributes.altTag();
+    const bool isTurned = attributes.rotation() != 0;
+    const bool hasWidth = !isTurned && map.contains(u"width"_s);
+    const bool hasHeight = !isTurned && map.contains(u"height"_s);
+    NSSize size{attributes.width(), attributes.height()};
+    if (!hasWidth || !hasHeight) {
+        const NSImagePtr written = NSImage::imageWithContentsOfFile(path);
+        const NSSize own = written ? QFImage::fullResolutionSize(*written) : NSSize();
+        size = {hasWidth ? size.width : own.width, hasHeight ? size.height : own.height};
+    }
+    return {altTag.isNull() ? title : altTag, truncated(size.width), truncated(size.height)};
 }
 
 QString imageMarkup(const ImageAttributes &image, const QString &source)
