@@ -33,10 +33,6 @@ int failed(const QString &sentence);
 /// all; devices and pipes are written to. An exit code.
 [[nodiscard]] int writeOutput(const QByteArray &bytes, const QString &path);
 
-/// The text as UTF-8. Halves of surrogate pairs that stand alone, which UTF-8 cannot hold, become decimal
-/// references.
-[[nodiscard]] QByteArray utf8WithReferences(const QString &text);
-
 /// Notes about what was left out without a log line, at most twenty of them.
 void printLosses(const QFReport &report);
 [[nodiscard]] int writeReport(const QFReport &report, const QString &path);
