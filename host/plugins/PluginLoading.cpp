@@ -19,7 +19,8 @@ QString thrownBy(const QString &doing, Work work)
         work();
         return {};
     } catch (const std::exception &exception) {
-        return u"it threw an exception while "_s + doing + u" ("_s + QString::fromUtf8(exception.what()) + u')';
+        return u"it threw an exception while "_s + doing + u" ("_s + QString::fromUtf8(exception.what()) +
+               u')';
     } catch (...) {
         return u"it threw an exception while "_s + doing;
     }
@@ -42,8 +43,8 @@ QFPluginClass *loadPluginClass(const QString &file, QString &fault)
     }
     auto *pluginClass = qobject_cast<QFPluginClass *>(root);
     if (!pluginClass) {
-        fault = u"its main object, a "_s + QString::fromLatin1(root->metaObject()->className()) +
-                u", is no QFPluginClass"_s;
+        fault = u"its main object ("_s + QString::fromLatin1(root->metaObject()->className()) +
+                u") is no QFPluginClass"_s;
         return nullptr;
     }
     bool canRun = false;

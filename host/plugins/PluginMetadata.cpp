@@ -43,9 +43,9 @@ QString faultOfFile(const QString &path)
     std::memcpy(&header, start.constData(), sizeof header);
     // The table of sections is the last thing in a module, so a file that was cut short lacks some of it.
     const quint64 size = quint64(file.size());
-    const bool isWhole = header.e_ident[EI_CLASS] != ELFCLASS64 ||
-                         (header.e_shoff <= size &&
-                          quint64(header.e_shnum) * header.e_shentsize <= size - header.e_shoff);
+    const bool isWhole =
+        header.e_ident[EI_CLASS] != ELFCLASS64 ||
+        (header.e_shoff <= size && quint64(header.e_shnum) * header.e_shentsize <= size - header.e_shoff);
     return isWhole ? QString() : u"The file is damaged or cut short. Install the module again."_s;
 }
 

@@ -14,6 +14,8 @@
 #include <QSet>
 #include <QVersionNumber>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {

@@ -13,6 +13,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include <fcntl.h>
 #include <poll.h>
@@ -107,8 +108,7 @@ QString faultOfEnd(std::optional<int> status)
         return u"it ended the program while it was being loaded"_s;
     const char *name = ::sigabbrev_np(WTERMSIG(*status));
     return u"it crashed while it was being loaded ("_s +
-           (name ? u"SIG"_s + QString::fromLatin1(name)
-                 : u"signal "_s + QString::number(WTERMSIG(*status))) +
+           (name ? u"SIG"_s + QString::fromLatin1(name) : u"signal "_s + QString::number(WTERMSIG(*status))) +
            u')';
 }
 

@@ -1,13 +1,15 @@
 #include "tools/qf/Command.h"
 
 #include <QDir>
+#include <QDirIterator>
 #include <QFile>
 #include <QFileInfo>
 #include <QRegularExpression>
 #include <QSaveFile>
 #include <QTemporaryDir>
 
-#include <span>
+#include <algorithm>
+#include <array>
 
 using namespace Qt::StringLiterals;
 
@@ -29,49 +31,16 @@ Exit codes: 0 done; 1 failed, and nothing was written; 2 wrong usage.
 
 constexpr qsizetype kLongestName = 60;
 
-/// A file of a project and the template that it is made from.
-struct ProjectFile
-{
-    QStringView path; ///< in the project, with placeholders as in the text
-    QStringView source;
-};
-
-constexpr std::array kPluginFiles{
-    ProjectFile{u"@CLASS@.h", u"plugin/Page.h"},
-    ProjectFile{u"@CLASS@.cpp", u"plugin/Page.cpp"},
-    ProjectFile{u"@CLASS@.json", u"plugin/Page.json"},
-    ProjectFile{u"CMakeLists.txt", u"plugin/CMakeLists.txt"},
-    ProjectFile{u"README.md", u"plugin/README.md"},
-    ProjectFile{u".gitignore", u"plugin/gitignore"},
-    ProjectFile{u"tests/CMakeLists.txt", u"plugin/tests/CMakeLists.txt"},
-    ProjectFile{u"tests/page.cmake", u"plugin/tests/page.cmake"},
-    ProjectFile{u"tests/site/site.json", u"plugin/tests/site/site.json"},
-    ProjectFile{u"tests/site/theme/theme.json", u"plugin/tests/site/theme/theme.json"},
-    ProjectFile{u"tests/site/theme/template.html", u"plugin/tests/site/theme/template.html"},
-    ProjectFile{u"tests/site/theme/styles.css", u"plugin/tests/site/theme/styles.css"},
-    ProjectFile{u"tests/site/theme/javascript.js", u"plugin/tests/site/theme/javascript.js"},
-};
-
-constexpr std::array kSiteFiles{
-    ProjectFile{u"site.json", u"site/site.json"},
-    ProjectFile{u"pages/home.md", u"site/pages/home.md"},
-    ProjectFile{u"pages/about.md", u"site/pages/about.md"},
-    ProjectFile{u"theme/theme.json", u"site/theme/theme.json"},
-    ProjectFile{u"theme/template.html", u"site/theme/template.html"},
-    ProjectFile{u"theme/styles.css", u"site/theme/styles.css"},
-    ProjectFile{u"theme/javascript.js", u"site/theme/javascript.js"},
-};
-
+/// Its files are the templates in ":/templates/<name>/", with ".in" after their names.
 struct ProjectKind
 {
     QStringView name;
-    std::span<const ProjectFile> files;
     QStringView nextStep;
 };
 
 constexpr std::array kKinds{
-    ProjectKind{u"plugin", kPluginFiles, u"README.md in it says how to build and use the plug-in."},
-    ProjectKind{u"site", kSiteFiles, u"To see it, run qf build on it with -o and a folder."},
+    ProjectKind{u"plugin", u"README.md in it says how to build and use the plug-in."},
+    ProjectKind{u"site", u"To see it, run qf build on it with -o and a folder."},
 };
 
 /// What stands for the project's names in templates: "photo-notes" is called "Photo notes", its class
@@ -121,13 +90,15 @@ QString writeFile(const QString &path, const QByteArray &bytes)
 
 QString writeProject(const ProjectKind &kind, const Names &names, const QString &folder)
 {
-    for (const ProjectFile &entry : kind.files) {
-        QFile source(u":/templates/"_s + entry.source + u".in"_s);
+    const QDir templates(u":/templates/"_s + kind.name.toString());
+    QDirIterator each(templates.path(), QDir::Files | QDir::Hidden, QDirIterator::Subdirectories);
+    while (each.hasNext()) {
+        QFile source(each.next());
         if (!source.open(QIODevice::ReadOnly))
             return source.errorString();
         const QString text = names.filled(QString::fromUtf8(source.readAll()));
-        const QString path = folder + u'/' + names.filled(entry.path.toString());
-        if (const QString error = writeFile(path, text.toUtf8()); !error.isNull())
+        const QString path = names.filled(templates.relativeFilePath(source.fileName()).chopped(3));
+        if (const QString error = writeFile(folder + u'/' + path, text.toUtf8()); !error.isNull())
             return error;
     }
     return {};
@@ -173,6 +144,7 @@ int runNew(const QStringList &arguments)
     const QString parent = parser.value(u"in"_s);
     if (const QString error = makeProject(*kind, name, parent); !error.isNull())
         return failed(error);
-    const QString done = QDir::cleanPath(parent + u'/' + name) + u": made. "_s + kind->nextStep + u'\n';
+    const QString done =
+        QDir::cleanPath(parent + u'/' + name) + u": made. "_s + kind->nextStep.toString() + u'\n';
     return writeOutput(done.toUtf8(), {});
 }
