@@ -3,8 +3,8 @@
 #include <QSet>
 #include <QString>
 
-/// Notes which files are read, or looked for and not found, on this thread while it lives: what a page that was made
-/// meanwhile depends on. Recordings nest; the inner one notes.
+/// Notes which files are read, or looked for and not found, on this thread while it lives: what a page that
+/// was made meanwhile depends on. Recordings nest; the inner one notes.
 class ReadFiles
 {
 public:

@@ -422,7 +422,8 @@ DocumentResult StyledTextJSON::read(const QByteArray &bytes, const QString &base
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
     if (error.error != QJsonParseError::NoError)
-        return DocumentResult::failure(JSONFile::positionOf(bytes, error.offset) + u": "_s + error.errorString());
+        return DocumentResult::failure(JSONFile::positionOf(bytes, error.offset) + u": "_s +
+                                       error.errorString());
     if (!document.isObject())
         return DocumentResult::failure(u"the top level must be an object"_s);
     return Reader(baseFolder).read(document.object());

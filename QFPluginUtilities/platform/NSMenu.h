@@ -18,7 +18,7 @@ struct NSMenuItem
     QString keyEquivalent; ///< empty for none
     QVariant representedObject;
     NSAttributedString attributedTitle; ///< empty unless the title is drawn in fonts of its own
-    std::shared_ptr<NSMenu> submenu; ///< nullptr for none
+    std::shared_ptr<NSMenu> submenu;    ///< nullptr for none
     bool isSeparatorItem = false;
 
     [[nodiscard]] static NSMenuItem separatorItem()

@@ -49,8 +49,8 @@ void appendPreferences(QDataStream &stream, const QString &folder)
 
 void appendTheme(QDataStream &stream, const SiteTheme &theme)
 {
-    stream << theme.name << theme.pageTemplate << theme.styles << theme.colourTagFiles << theme.styleVariationMode
-           << theme.variations << theme.contentOnlySubpages;
+    stream << theme.name << theme.pageTemplate << theme.styles << theme.colourTagFiles
+           << theme.styleVariationMode << theme.variations << theme.contentOnlySubpages;
 }
 
 /// What every page may show of the site and its other pages.
@@ -99,8 +99,8 @@ QString BuildKeys::ofPage(const SitePage &page)
 {
     QByteArray bytes = _common + ofModule(page.plugin);
     QDataStream stream(&bytes, QIODevice::Append);
-    stream << QJsonDocument(page.written).toJson(QJsonDocument::Compact) << page.style << page.variations << page.css
-           << page.script << page.header;
+    stream << QJsonDocument(page.written).toJson(QJsonDocument::Compact) << page.style << page.variations
+           << page.css << page.script << page.header;
     return QString::fromLatin1(digestOf(bytes).toHex());
 }
 

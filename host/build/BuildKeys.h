@@ -6,8 +6,8 @@
 #include <QHash>
 #include <QString>
 
-/// Digests of what goes into the parts of a site beside the files that are read for them. A part with another key than
-/// before must be made anew.
+/// Digests of what goes into the parts of a site beside the files that are read for them. A part with another
+/// key than before must be made anew.
 class BuildKeys
 {
 public:

@@ -8,7 +8,8 @@
 #include <QString>
 #include <QStringList>
 
-/// What is remembered of a page, of the files that a kind of plug-in shares, or of a file that is copied as it is.
+/// What is remembered of a page, of the files that a kind of plug-in shares, or of a file that is copied as
+/// it is.
 struct BuiltPart
 {
     QString key; ///< digest of all that went into it beside files that were read
@@ -29,7 +30,7 @@ struct BuildManifest
     QMap<QString, BuiltPart> pages;  ///< by ID
     QMap<QString, BuiltPart> kinds;  ///< by identifier of the plug-in
     QMap<QString, BuiltPart> copies; ///< by path inside the published site
-    QStringList orphans;             ///< paths of files that an earlier build made and that no page has any more
+    QStringList orphans; ///< paths of files that an earlier build made and that no page has any more
 
     /// Paths of all files, orphans left out.
     [[nodiscard]] QStringList allFiles() const;

@@ -12,7 +12,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-void addFolder(QMap<QString, QString> &files, const QString &folder, QStringView published)
+void addFolder(QMap<QString, QString> &files, const QString &folder, const QString &published)
 {
     QDirIterator entries(folder, QDir::Files | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
     while (entries.hasNext()) {
@@ -33,8 +33,8 @@ QMap<QString, QString> CopiedFiles::ofSite(const Site &site, const SiteTheme &th
     addFolder(files, theme.folder, kPublishedTheme);
     files.remove(kPublishedTheme + u"/theme.json"_s);
     for (auto file = files.begin(); file != files.end();) {
-        const bool isTemplate = QFileInfo(file.value()).canonicalFilePath() ==
-                                QFileInfo(theme.templateFile).canonicalFilePath();
+        const bool isTemplate =
+            QFileInfo(file.value()).canonicalFilePath() == QFileInfo(theme.templateFile).canonicalFilePath();
         file = isTemplate ? files.erase(file) : std::next(file);
     }
     addFolder(files, site.assets, kPublishedAssets);

@@ -46,7 +46,9 @@ void ExportParameters::reportMissing(const SitePage &page, const QStringList &va
 
 QString ExportParameters::modeName() const
 {
-    return _mode == BuildMode::Preview ? u"preview"_s : _mode == BuildMode::Publish ? u"publish"_s : u"export"_s;
+    return _mode == BuildMode::Preview   ? u"preview"_s
+           : _mode == BuildMode::Publish ? u"publish"_s
+                                         : u"export"_s;
 }
 
 QString ExportParameters::rootPath() const
@@ -69,7 +71,9 @@ QVariantMap ExportParameters::ofPage(const SitePage &page, const QVariantMap &at
 {
     const QString root = isAbsolute() ? rootPath() : QString();
     QVariantMap params;
-    const auto set = [&params](QStringView key, const QVariant &value) { params.insert(key.toString(), value); };
+    const auto set = [&params](QStringView key, const QVariant &value) {
+        params.insert(key.toString(), value);
+    };
     set(kQFExportModeKey, modeName());
     set(kQFExportFilenameKey, page.file());
     set(kQFExportFilenameExtensionKey, page.extension);
@@ -99,9 +103,10 @@ QString ExportParameters::themeLinks(const SitePage &page, const QVariantList &v
     QString links;
     for (const QString &file : _theme.colourTagFiles) {
         const QString extension = pathExtension(file);
-        const QString name = _theme.styleVariationMode != 0 ? file
-                                                            : stringByDeletingPathExtension(file) + u'-' + style +
-                                                                  (extension.isEmpty() ? u""_s : u'.' + extension);
+        const QString name = _theme.styleVariationMode != 0
+                                 ? file
+                                 : stringByDeletingPathExtension(file) + u'-' + style +
+                                       (extension.isEmpty() ? u""_s : u'.' + extension);
         links += styleSheetLink(folder + name);
     }
     for (const QVariant &variation : variations) {
@@ -111,7 +116,8 @@ QString ExportParameters::themeLinks(const SitePage &page, const QVariantList &v
         for (const QString &file : files)
             links += isSheet ? styleSheetLink(folder + file)
                              : u"<script type=\"text/javascript\" src=\""_s +
-                                   QFStringUtilities::stringEscapedForHTMLAttribute(folder + file) + u"\"></script>"_s;
+                                   QFStringUtilities::stringEscapedForHTMLAttribute(folder + file) +
+                                   u"\"></script>"_s;
     }
     return links;
 }
@@ -119,7 +125,9 @@ QString ExportParameters::themeLinks(const SitePage &page, const QVariantList &v
 void ExportParameters::addTemplateParameters(QVariantMap &params, const SitePage &page, qint64 depth,
                                              QObject *themeObject, QObject *plainTheme) const
 {
-    const auto set = [&params](QStringView key, const QVariant &value) { params.insert(key.toString(), value); };
+    const auto set = [&params](QStringView key, const QVariant &value) {
+        params.insert(key.toString(), value);
+    };
     QStringList missing;
     const QVariantList variations = _theme.variationsNamed(page.variations, missing);
     if (depth == page.depth()) // said once, not for each subpage

@@ -12,19 +12,21 @@ enum class BuildMode : quint8 { Export, Publish, Preview };
 class ExportParameters
 {
 public:
-    ExportParameters(const Site &site, const SiteTheme &theme, BuildMode mode) : _site(site), _theme(theme), _mode(mode)
+    ExportParameters(const Site &site, const SiteTheme &theme, BuildMode mode)
+        : _site(site), _theme(theme), _mode(mode)
     {
     }
 
     /// All parameters but those of the template, for a page that is written into the folder `location`.
     [[nodiscard]] QVariantMap ofPage(const SitePage &page, const QVariantMap &attributes,
                                      const QString &location) const;
-    /// What filling the template of the page needs in addition: style, variations and the page's own text for the head.
-    /// `themeObject` answers the theme's colour-tag files, `plainTheme` none. For a subpage `depth` is one more than for
-    /// its page.
+    /// What filling the template of the page needs in addition: style, variations and the page's own text for
+    /// the head. `themeObject` answers the theme's colour-tag files, `plainTheme` none. For a subpage `depth`
+    /// is one more than for its page.
     ///
-    /// Plug-ins link colour-tag files and variations one folder up, whatever the depth. That is right for absolute
-    /// addresses and for pages one folder deep; for others the links stand in the page's own header text.
+    /// Plug-ins link colour-tag files and variations one folder up, whatever the depth. That is right for
+    /// absolute addresses and for pages one folder deep; for others the links stand in the page's own header
+    /// text.
     void addTemplateParameters(QVariantMap &params, const SitePage &page, qint64 depth, QObject *themeObject,
                                QObject *plainTheme) const;
 
@@ -38,7 +40,8 @@ public:
 
 private:
     void reportMissing(const SitePage &page, const QStringList &variations) const;
-    [[nodiscard]] QString themeLinks(const SitePage &page, const QVariantList &variations, qint64 depth) const;
+    [[nodiscard]] QString themeLinks(const SitePage &page, const QVariantList &variations,
+                                     qint64 depth) const;
 
     const Site &_site;
     const SiteTheme &_theme;

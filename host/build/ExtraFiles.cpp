@@ -24,7 +24,8 @@ void refuse(const QString &what, const QString &name)
 /// A clean path inside the published site; nil for one that leads out of it or into the builder's folder.
 QString publishedPath(const QString &folder, const QString &destination)
 {
-    const QString joined = destination.startsWith(u'/') ? destination.mid(1) : joinedPath(folder, destination);
+    const QString joined =
+        destination.startsWith(u'/') ? destination.mid(1) : joinedPath(folder, destination);
     const QString path = QDir::cleanPath(joined);
     const QStringList parts = path.split(u'/');
     const bool isSafe = std::all_of(parts.begin(), parts.end(), [](const QString &part) {
@@ -68,7 +69,8 @@ bool readContent(const QVariantMap &record, ExtraFile &extra)
     return data.metaType() == QMetaType::fromType<QByteArray>();
 }
 
-std::optional<ExtraFile> readRecord(const QVariantMap &record, const QString &folder, const QString &extension)
+std::optional<ExtraFile> readRecord(const QVariantMap &record, const QString &folder,
+                                    const QString &extension)
 {
     ExtraFile extra;
     extra.name = stringValue(record.value(u"name"_s));
@@ -106,11 +108,12 @@ QList<ExtraFile> ExtraFiles::read(const QVariant &answer, const QString &folder,
     const QVariantList elements = answer.toList();
     for (const QVariant &element : elements) {
         const QString path = stringValue(element);
-        const std::optional<ExtraFile> file = path.isNull() ? readRecord(element.toMap(), folder, extension)
-                                                            : readCopy(path, siteFolder);
+        const std::optional<ExtraFile> file =
+            path.isNull() ? readRecord(element.toMap(), folder, extension) : readCopy(path, siteFolder);
         if (!file)
             continue;
-        const QString place = (file->destination.isNull() ? u"//"_s + file->name : file->destination).toLower();
+        const QString place =
+            (file->destination.isNull() ? u"//"_s + file->name : file->destination).toLower();
         if (taken.contains(place))
             refuse(u"two extra files have one name; the second is left out"_s, file->name);
         else

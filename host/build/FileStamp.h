@@ -2,8 +2,8 @@
 
 #include <QString>
 
-/// What tells that a file is the one it was, unchanged: the system changes `changed` with every write, and nobody can
-/// set it. All zero for what is not there.
+/// What tells that a file is the one it was, unchanged: the system changes `changed` with every write, and
+/// nobody can set it. All zero for what is not there.
 struct FileStamp
 {
     quint64 inode = 0;

@@ -23,7 +23,10 @@ constexpr qint64 kPiece = 1 << 16;
 class Descriptor
 {
 public:
-    Descriptor(const QByteArray &path, int flags) : _descriptor(::open(path.constData(), flags | O_CLOEXEC, 0666)) {}
+    Descriptor(const QByteArray &path, int flags)
+        : _descriptor(::open(path.constData(), flags | O_CLOEXEC, 0666))
+    {
+    }
     ~Descriptor()
     {
         if (_descriptor >= 0)
@@ -80,7 +83,8 @@ bool holds(const QByteArray &path, const QByteArray &bytes)
     std::array<char, kPiece> piece;
     for (qint64 at = 0; at < bytes.size();) {
         const qint64 count = file.isOpen() ? file.read(piece.data(), kPiece) : -1;
-        if (count <= 0 || at + count > bytes.size() || std::memcmp(piece.data(), bytes.constData() + at, count) != 0)
+        if (count <= 0 || at + count > bytes.size() ||
+            std::memcmp(piece.data(), bytes.constData() + at, count) != 0)
             return false;
         at += count;
     }

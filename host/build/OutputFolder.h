@@ -4,9 +4,9 @@
 #include <QSet>
 #include <QString>
 
-/// The folder that a site is published into. Files get there whole or not at all, and only if their bytes differ from
-/// what lies there, so that the others keep their times. Links inside the folder are never followed. Several processes
-/// may write into one folder, if no two write one file.
+/// The folder that a site is published into. Files get there whole or not at all, and only if their bytes
+/// differ from what lies there, so that the others keep their times. Links inside the folder are never
+/// followed. Several processes may write into one folder, if no two write one file.
 class OutputFolder
 {
 public:
@@ -20,7 +20,8 @@ public:
     /// The builder's folder for files in the making.
     [[nodiscard]] QString stagingFolder() const;
 
-    /// Publishes bytes at a path inside the folder. When that fails, `error` says why, beginning with the path.
+    /// Publishes bytes at a path inside the folder. When that fails, `error` says why, beginning with the
+    /// path.
     Outcome write(const QString &file, const QByteArray &bytes, QString &error);
     /// Moves a finished file, which lies in the staging folder, to a path inside the folder.
     Outcome take(const QString &file, const QString &staged, QString &error);

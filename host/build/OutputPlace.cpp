@@ -33,9 +33,8 @@ QString stagingIn(const QString &output)
 /// A folder that a build has made before, or an empty one.
 bool isOurs(const QString &output)
 {
-    return QFileInfo::exists(output + u'/' + kBuilderFolder) || QDir(output).isEmpty(QDir::AllEntries | QDir::Hidden |
-                                                                                    QDir::System |
-                                                                                    QDir::NoDotAndDotDot);
+    return QFileInfo::exists(output + u'/' + kBuilderFolder) ||
+           QDir(output).isEmpty(QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot);
 }
 
 } // namespace

@@ -74,7 +74,8 @@ class PageBuilder::Making
 public:
     Making(PageBuilder &builder, QString folder, QString filesFolder)
         : _builder(builder), _folder(std::move(folder)), _filesFolder(std::move(filesFolder)),
-          _staging(builder._output.stagingFolder() + u"/making-"_s + QString::number(QCoreApplication::applicationPid()))
+          _staging(builder._output.stagingFolder() + u"/making-"_s +
+                   QString::number(QCoreApplication::applicationPid()))
     {
     }
 
@@ -181,8 +182,8 @@ void PageBuilder::Making::shareFiles(QFPluginClass &pluginClass, const QVariantM
     result.isRepeatable = isNil(extras);
 }
 
-
-QString PageBuilder::Making::composed(const QString &content, const QString &from, qint64 depth, bool isSubpage)
+QString PageBuilder::Making::composed(const QString &content, const QString &from, qint64 depth,
+                                      bool isSubpage)
 {
     const BuildContext &context = _builder._context;
     const SitePage &page = context.site.pages.at(_index);
@@ -240,9 +241,10 @@ QString PageBuilder::Making::placeholder(QStringView name, QStringView argument,
     if (name == u"page_id")
         return stringEscapedForHTMLAttribute(page.id);
     if (name == u"option")
-        return stringEscapedForHTMLAttribute(shownOption(asked(u"valueForThemeSpecificOptionKey"_s, [&](auto &asked) {
-            return asked.valueForThemeSpecificOptionKey(argument.toString());
-        })));
+        return stringEscapedForHTMLAttribute(
+            shownOption(asked(u"valueForThemeSpecificOptionKey"_s, [&](auto &asked) {
+                return asked.valueForThemeSpecificOptionKey(argument.toString());
+            })));
     return context.site.footer;
 }
 
@@ -252,9 +254,10 @@ QByteArray PageBuilder::Making::bytesOf(const ExtraFile &extra)
         return extra.data;
     if (extra.kind == ExtraFile::Kind::Page || _index < 0)
         return utf8WithReferences(extra.text);
-    const QString folder = extra.destination.isNull()
-                               ? _filesFolder
-                               : extra.destination.left(std::max<qsizetype>(extra.destination.lastIndexOf(u'/'), 0));
+    const QString folder =
+        extra.destination.isNull()
+            ? _filesFolder
+            : extra.destination.left(std::max<qsizetype>(extra.destination.lastIndexOf(u'/'), 0));
     const qint64 depth = folder.isEmpty() ? 0 : folder.count(u'/') + 1;
     return utf8WithReferences(composed(extra.text, folder, depth, true));
 }
@@ -268,7 +271,8 @@ void PageBuilder::Making::addExtraFiles(const QList<ExtraFile> &extras)
             addShared(extra);
             continue;
         }
-        const QString path = extra.destination.isNull() ? joinedPath(_filesFolder, extra.name) : extra.destination;
+        const QString path =
+            extra.destination.isNull() ? joinedPath(_filesFolder, extra.name) : extra.destination;
         if (QFileInfo::exists(_stagedFiles + path.mid(_filesFolder.size()))) {
             complain(u"a file of the page has the name of an extra file, which is left out"_s, path);
             continue;
@@ -287,8 +291,8 @@ void PageBuilder::Making::addExtraFiles(const QList<ExtraFile> &extras)
 void PageBuilder::Making::addShared(const ExtraFile &extra)
 {
     const QString staged = _builder._output.stagingFolder() + u"/shared-"_s +
-                           QString::number(QCoreApplication::applicationPid()) + u'-' + QString::number(_index) + u'-' +
-                           QString::number(result.shared.size());
+                           QString::number(QCoreApplication::applicationPid()) + u'-' +
+                           QString::number(_index) + u'-' + QString::number(result.shared.size());
     QFile file(staged);
     const QByteArray bytes = bytesOf(extra);
     if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush())
@@ -301,7 +305,8 @@ void PageBuilder::Making::addShared(const ExtraFile &extra)
 void PageBuilder::Making::publishStagedFiles()
 {
     QStringList files;
-    QDirIterator entries(_stagedFiles, QDir::Files | QDir::Hidden | QDir::System, QDirIterator::Subdirectories);
+    QDirIterator entries(_stagedFiles, QDir::Files | QDir::Hidden | QDir::System,
+                         QDirIterator::Subdirectories);
     while (entries.hasNext())
         files.append(entries.next());
     files.sort();
@@ -322,8 +327,8 @@ void PageBuilder::Making::published(const QString &path, OutputFolder::Outcome o
         complain(error, path);
         return;
     }
-    result.files.append({path, FileStamp::ofFile(_builder._output.pathOf(path)),
-                         outcome == OutputFolder::Outcome::Written});
+    result.files.append(
+        {path, FileStamp::ofFile(_builder._output.pathOf(path)), outcome == OutputFolder::Outcome::Written});
 }
 
 PageBuilder::PageBuilder(const BuildContext &context, Progress progress, std::function<bool()> isCancelled)

@@ -22,12 +22,12 @@ public:
     /// What a plug-in says of its progress.
     using Progress = std::function<void(const QString &message, float progress)>;
 
-    /// `isCancelled` is asked whenever a plug-in tells of its progress; once it answers true, the plug-in is told to
-    /// cancel, if it can.
+    /// `isCancelled` is asked whenever a plug-in tells of its progress; once it answers true, the plug-in is
+    /// told to cancel, if it can.
     PageBuilder(const BuildContext &context, Progress progress, std::function<bool()> isCancelled);
 
-    /// Makes a page and publishes its file and its folder of files. What goes wrong is in the result; a page that cannot
-    /// be made leaves what lies there from an earlier build.
+    /// Makes a page and publishes its file and its folder of files. What goes wrong is in the result; a page
+    /// that cannot be made leaves what lies there from an earlier build.
     [[nodiscard]] PageResult build(qsizetype page);
     /// Publishes the files that all pages of a kind of plug-in share.
     [[nodiscard]] PageResult buildSharedFiles(const QString &plugin);

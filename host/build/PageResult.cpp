@@ -45,7 +45,8 @@ QDataStream &operator>>(QDataStream &stream, QFReportRecord &record)
 {
     qint64 location = 0;
     qint64 length = 0;
-    stream >> record.kind >> record.message >> record.page >> location >> length >> record.file >> record.logged;
+    stream >> record.kind >> record.message >> record.page >> location >> length >> record.file >>
+        record.logged;
     record.range = {location, length};
     return stream;
 }

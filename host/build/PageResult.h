@@ -15,8 +15,8 @@ struct BuiltFile
     bool isWritten = false; ///< whether its bytes were new
 };
 
-/// A file outside the page's own folder of files, which waits in the staging folder: the builder publishes these in the
-/// order of the pages, so that the first page that wants a path gets it.
+/// A file outside the page's own folder of files, which waits in the staging folder: the builder publishes
+/// these in the order of the pages, so that the first page that wants a path gets it.
 struct SharedFile
 {
     QString path;

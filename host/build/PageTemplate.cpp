@@ -42,7 +42,8 @@ PageTemplate::PageTemplate(const QString &text, const QList<QStringView> &names)
         if (isPlaceholder) {
             _marked += QChar(kMark);
             _marked += QChar(static_cast<char16_t>(kFirstNumber + _placeholders.size()));
-            _placeholders.append({name.toString(), colon < 0 ? QString() : inside.sliced(colon + 1).toString()});
+            _placeholders.append(
+                {name.toString(), colon < 0 ? QString() : inside.sliced(colon + 1).toString()});
             at = end + 1;
         } else {
             _marked += u'%';
@@ -51,8 +52,9 @@ PageTemplate::PageTemplate(const QString &text, const QList<QStringView> &names)
     }
 }
 
-QString PageTemplate::filled(const QString &marked,
-                             const std::function<QString(QStringView name, QStringView argument)> &value) const
+QString
+PageTemplate::filled(const QString &marked,
+                     const std::function<QString(QStringView name, QStringView argument)> &value) const
 {
     QString page;
     page.reserve(marked.size() * 2);

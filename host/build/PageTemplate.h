@@ -6,9 +6,9 @@
 
 #include <functional>
 
-/// A theme's page template. The plug-in sees it first and fills its own placeholders; then the host fills the others.
-/// Meanwhile the host's placeholders are marks of two characters that no text has, so that nothing that the plug-in puts
-/// in is taken for one, and nothing that is filled in is looked at again.
+/// A theme's page template. The plug-in sees it first and fills its own placeholders; then the host fills the
+/// others. Meanwhile the host's placeholders are marks of two characters that no text has, so that nothing
+/// that the plug-in puts in is taken for one, and nothing that is filled in is looked at again.
 class PageTemplate
 {
 public:
@@ -18,8 +18,9 @@ public:
     /// The template with marks, for the plug-in.
     [[nodiscard]] const QString &marked() const { return _marked; }
     /// What the plug-in made of it, with `value(name, argument)` in place of each mark. Linear.
-    [[nodiscard]] QString filled(const QString &marked,
-                                 const std::function<QString(QStringView name, QStringView argument)> &value) const;
+    [[nodiscard]] QString
+    filled(const QString &marked,
+           const std::function<QString(QStringView name, QStringView argument)> &value) const;
 
 private:
     struct Placeholder

@@ -28,10 +28,10 @@ constexpr qint64 kClockStep = 20'000'000; // nanoseconds
 
 const QList<QStringView> &placeholders()
 {
-    static const QList<QStringView> names{u"content",    u"sidebar", u"plugin_header", u"title", u"site_title",
-                                          u"language",   u"base",    u"navigation",    u"breadcrumb",
-                                          u"previous",   u"next",    u"home",          u"theme_path",
-                                          u"style",      u"page_id", u"option",        u"footer"};
+    static const QList<QStringView> names{
+        u"content",    u"sidebar",    u"plugin_header", u"title",    u"site_title", u"language",
+        u"base",       u"navigation", u"breadcrumb",    u"previous", u"next",       u"home",
+        u"theme_path", u"style",      u"page_id",       u"option",   u"footer"};
     return names;
 }
 
@@ -53,7 +53,8 @@ private:
     void findOrphans();
     void finish();
 
-    [[nodiscard]] BuiltPart *intactPart(QMap<QString, BuiltPart> &parts, const QString &name, const QString &key);
+    [[nodiscard]] BuiltPart *intactPart(QMap<QString, BuiltPart> &parts, const QString &name,
+                                        const QString &key);
     [[nodiscard]] bool consultedAreSame(const BuiltPart &part);
     [[nodiscard]] QByteArray makeInWorker(qsizetype task, const WorkerPool::Progress &progress);
     void take(qsizetype task, const PageResult &made);
@@ -71,9 +72,9 @@ private:
     const BuildManifest _earlier; ///< of the last build
     BuildManifest _before;        ///< the same, as far as it may be used
     BuildManifest _now;
-    QStringList _kinds;       ///< identifiers; their tasks are numbered behind the pages
-    QStringList _pageKeys;    ///< by page
-    QList<qsizetype> _tasks;  ///< that must be run
+    QStringList _kinds;      ///< identifiers; their tasks are numbered behind the pages
+    QStringList _pageKeys;   ///< by page
+    QList<qsizetype> _tasks; ///< that must be run
     qsizetype _done = 0;
     QHash<qsizetype, QList<SharedFile>> _shared; ///< by page
     std::unique_ptr<PageBuilder> _pageBuilder;   ///< of a worker
@@ -81,8 +82,9 @@ private:
 
 Build::Build(const BuildRequest &request, const BuildContext &context, const BuildEvents &events,
              const QString &preferences)
-    : _request(request), _context(context), _events(events), _output(context.output), _keys(context, preferences),
-      _earlier(BuildManifest::read(context.output)), _before(request.everything ? BuildManifest() : _earlier)
+    : _request(request), _context(context), _events(events), _output(context.output),
+      _keys(context, preferences), _earlier(BuildManifest::read(context.output)),
+      _before(request.everything ? BuildManifest() : _earlier)
 {
 }
 
@@ -114,8 +116,8 @@ BuiltPart *Build::intactPart(QMap<QString, BuiltPart> &parts, const QString &nam
     return isSame ? &*found : nullptr;
 }
 
-/// Whether the pages whose plug-ins were asked would be given the same settings. What they read is among the part's
-/// own files.
+/// Whether the pages whose plug-ins were asked would be given the same settings. What they read is among the
+/// part's own files.
 bool Build::consultedAreSame(const BuiltPart &part)
 {
     return std::all_of(part.consulted.begin(), part.consulted.end(), [this](const QString &id) {
@@ -191,8 +193,8 @@ QByteArray Build::makeInWorker(qsizetype task, const WorkerPool::Progress &progr
     if (!_pageBuilder)
         _pageBuilder = std::make_unique<PageBuilder>(_context, progress, _events.isCancelled);
     const qsizetype pages = _context.site.pages.size();
-    const PageResult made = task < pages ? _pageBuilder->build(task)
-                                         : _pageBuilder->buildSharedFiles(_kinds.at(task - pages));
+    const PageResult made =
+        task < pages ? _pageBuilder->build(task) : _pageBuilder->buildSharedFiles(_kinds.at(task - pages));
     return made.toBytes();
 }
 
@@ -203,7 +205,9 @@ void Build::makeParts()
                         return makeInWorker(task, progress);
                     });
     WorkerPool::Events events;
-    events.finished = [this](qsizetype task, const QByteArray &made) { take(task, PageResult::fromBytes(made)); };
+    events.finished = [this](qsizetype task, const QByteArray &made) {
+        take(task, PageResult::fromBytes(made));
+    };
     events.lost = [this](qsizetype task, const QString &reason) { lose(task, reason); };
     events.progress = [this](qsizetype task, const QString &message, float) {
         _events.progress(_done, _tasks.size(), nameOf(task) + u": "_s + message);
@@ -262,7 +266,8 @@ void Build::lose(qsizetype task, const QString &reason)
     take(task, nothing);
 }
 
-/// Publishes files outside the pages' own folders, in the order of the pages: the first that wants a path gets it.
+/// Publishes files outside the pages' own folders, in the order of the pages: the first that wants a path
+/// gets it.
 void Build::settleSharedFiles()
 {
     PathClaims claims = _context.site.claims;
@@ -310,7 +315,8 @@ void Build::findOrphans()
     earlier.removeDuplicates();
     earlier.sort();
     for (const QString &path : std::as_const(earlier)) {
-        const bool isClean = QDir::cleanPath(path) == path && !path.startsWith(u"../") && !path.startsWith(u'/');
+        const bool isClean =
+            QDir::cleanPath(path) == path && !path.startsWith(u"../") && !path.startsWith(u'/');
         if (current.contains(path) || !isClean || !FileStamp::ofFile(_output.pathOf(path)).exists())
             continue;
         if (_request.prune && _output.remove(path))
@@ -353,7 +359,8 @@ QString preferencesFor(const Site &site, const QString &output)
     const QString folder = output + u'/' + kBuilderFolder + u"/staging/preferences"_s;
     QDir(folder).removeRecursively();
     QDir().mkpath(folder);
-    const QFileInfoList files = QDir(site.folder + u"/preferences"_s).entryInfoList({u"*.plist"_s}, QDir::Files);
+    const QFileInfoList files =
+        QDir(site.folder + u"/preferences"_s).entryInfoList({u"*.plist"_s}, QDir::Files);
     for (const QFileInfo &file : files)
         QFile::copy(file.filePath(), folder + u'/' + file.fileName());
     return folder;

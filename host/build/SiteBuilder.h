@@ -34,10 +34,10 @@ struct BuildResult
 {
     QString error; ///< a sentence when there was no build at all; nil otherwise
     bool isCancelled = false;
-    qsizetype pages = 0;  ///< that the site has, without external ones
-    qsizetype made = 0;   ///< that were made anew
-    qsizetype failed = 0; ///< that could not be made
-    qsizetype files = 0;  ///< that the published site has
+    qsizetype pages = 0;   ///< that the site has, without external ones
+    qsizetype made = 0;    ///< that were made anew
+    qsizetype failed = 0;  ///< that could not be made
+    qsizetype files = 0;   ///< that the published site has
     qsizetype written = 0; ///< whose bytes have changed
     qint64 bytes = 0;      ///< of all files
     double seconds = 0;
@@ -48,10 +48,12 @@ struct BuildResult
 
 namespace SiteBuilder {
 
-/// Builds a site into a folder. A page is made anew only where its bytes could change: if nothing that went into it is
-/// different (its entry in site.json, the structure of the site, theme, modules, program, files read), it is left as it
-/// is. Two builds of the same site give the same bytes, whatever the number of jobs. Nothing outside the output folder
-/// is written. Two builds into one folder at the same time are refused. Sets the folder of the process's preferences.
-[[nodiscard]] BuildResult build(const BuildRequest &request, PluginModules &modules, const BuildEvents &events = {});
+/// Builds a site into a folder. A page is made anew only where its bytes could change: if nothing that went
+/// into it is different (its entry in site.json, the structure of the site, theme, modules, program, files
+/// read), it is left as it is. Two builds of the same site give the same bytes, whatever the number of jobs.
+/// Nothing outside the output folder is written. Two builds into one folder at the same time are refused.
+/// Sets the folder of the process's preferences.
+[[nodiscard]] BuildResult build(const BuildRequest &request, PluginModules &modules,
+                                const BuildEvents &events = {});
 
 } // namespace SiteBuilder

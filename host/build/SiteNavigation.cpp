@@ -14,7 +14,7 @@ SiteNavigation::SiteNavigation(const Site &site, qsizetype page, QString from)
         _branch.prepend(index);
 }
 
-QString SiteNavigation::link(const SitePage &page, QStringView attributes) const
+QString SiteNavigation::link(const SitePage &page, const QString &attributes) const
 {
     const QString address = page.isExternal() ? page.external : relativeAddress(_from, page.path());
     return u"<a"_s + attributes + u" href=\""_s + stringEscapedForHTMLAttribute(address) + u"\">"_s +
@@ -38,11 +38,11 @@ void SiteNavigation::appendMenu(QString &html, const QList<qsizetype> &indices) 
         if (!std::exchange(isStarted, true))
             html += u"<ul>"_s;
         const bool isOpen = _branch.contains(index);
-        html += index == _page        ? u"<li class=\"current\">"_s
-                : isOpen              ? u"<li class=\"open\">"_s
-                : page.isExternal()   ? u"<li class=\"external\">"_s
-                                      : u"<li>"_s;
-        html += link(page, index == _page ? QStringView(u" aria-current=\"page\"") : QStringView());
+        html += index == _page      ? u"<li class=\"current\">"_s
+                : isOpen            ? u"<li class=\"open\">"_s
+                : page.isExternal() ? u"<li class=\"external\">"_s
+                                    : u"<li>"_s;
+        html += link(page, index == _page ? u" aria-current=\"page\""_s : QString());
         if (isOpen)
             appendMenu(html, page.children);
         html += u"</li>"_s;
@@ -62,7 +62,7 @@ QString SiteNavigation::breadcrumb() const
     return html;
 }
 
-QString SiteNavigation::neighbour(qsizetype step, QStringView rel) const
+QString SiteNavigation::neighbour(qsizetype step, const QString &rel) const
 {
     for (qsizetype index = _page + step; index >= 0 && index < _site.pages.size(); index += step) {
         const SitePage &page = _site.pages.at(index);

@@ -3,6 +3,7 @@
 #include <QDataStream>
 #include <QElapsedTimer>
 #include <QIODevice>
+#include <QVariant>
 
 #include <algorithm>
 #include <cerrno>
@@ -83,7 +84,8 @@ int statusOf(pid_t process)
     while (receiveAll(socket, reinterpret_cast<char *>(&number), sizeof number)) {
         const auto progress = [socket](const QString &message, float done) {
             QByteArray content;
-            QDataStream(&content, QIODevice::WriteOnly) << message << done;
+            QDataStream stream(&content, QIODevice::WriteOnly);
+            stream << message << done;
             sendMessage(socket, Message::Progress, content);
         };
         if (!sendMessage(socket, Message::Result, task(number, progress)))
@@ -171,7 +173,8 @@ bool Worker::receive(const WorkerPool::Events &events)
     if (header.message == Message::Progress) {
         QString message;
         float progress = 0;
-        QDataStream(content) >> message >> progress;
+        QDataStream stream(content);
+        stream >> message >> progress;
         events.progress(_task, message, progress);
     } else {
         events.finished(std::exchange(_task, -1), content);
@@ -186,7 +189,8 @@ QString Worker::end()
     const int status = statusOf(std::exchange(_process, -1));
     if (!WIFSIGNALED(status))
         return u"ended the process"_s;
-    return u"crashed ("_s + QString::fromLatin1(::strsignal(WTERMSIG(status))) + u')'; // NOLINT(concurrency-mt-unsafe)
+    return u"crashed ("_s + QString::fromLatin1(::strsignal(WTERMSIG(status))) +
+           u')'; // NOLINT(concurrency-mt-unsafe)
 }
 
 /// One run of a pool.
@@ -276,7 +280,8 @@ void Run::hear()
                 lose(worker, {});
         } else if (worker->isBusy() && worker->millisecondsAtWork() > qint64(_secondsForTask) * 1000) {
             worker->kill();
-            lose(worker, u"took more than "_s + QString::number(_secondsForTask) + u" seconds and was ended"_s);
+            lose(worker,
+                 u"took more than "_s + QString::number(_secondsForTask) + u" seconds and was ended"_s);
         }
     }
 }

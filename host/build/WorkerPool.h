@@ -6,8 +6,9 @@
 
 #include <functional>
 
-/// Runs tasks in processes of their own, which are copies of this one: so they know all that it knows, and a task that
-/// crashes or hangs takes nothing else with it. Tasks are handed out in order, one at a time to each process.
+/// Runs tasks in processes of their own, which are copies of this one: so they know all that it knows, and a
+/// task that crashes or hangs takes nothing else with it. Tasks are handed out in order, one at a time to
+/// each process.
 class WorkerPool
 {
 public:
@@ -28,7 +29,8 @@ public:
     /// With no workers, tasks run in this process.
     WorkerPool(int workers, int secondsForTask, Task task);
 
-    /// Returns when all tasks are done or lost. This process must have a single thread, unless there are no workers.
+    /// Returns when all tasks are done or lost. This process must have a single thread, unless there are no
+    /// workers.
     void run(const QList<qsizetype> &tasks, const Events &events);
 
 private:

@@ -60,16 +60,19 @@ void Namer::give(QFTextAttachment &attachment, const QString &wanted)
         name = numberedName(wanted, number);
     attachment.setMediaAttribute(u"filename"_s, name);
     ++_given;
-    reportLoss(u"attachment-name"_s, u"two files would have one name; this one is now called "_s + name, name);
+    reportLoss(u"attachment-name"_s, u"two files would have one name; this one is now called "_s + name,
+               name);
 }
 
-/// Outside lists the exporter counts on, and in each item from 1. The first place that uses numbers keeps them.
+/// Outside lists the exporter counts on, and in each item from 1. The first place that uses numbers keeps
+/// them.
 void Namer::visit(const QFTextAttachmentPtr &attachment, bool isInList, qsizetype paragraph)
 {
     if (_seen.contains(attachment.get()))
         return;
     _seen.insert(attachment.get());
-    const QString stored = lastPathComponent(QFTextAttachmentAttributes(attachment->mediaAttributes()).fileName());
+    const QString stored =
+        lastPathComponent(QFTextAttachmentAttributes(attachment->mediaAttributes()).fileName());
     if (!stored.isEmpty()) {
         if (!takes(stored))
             give(*attachment, stored);
@@ -82,7 +85,8 @@ void Namer::visit(const QFTextAttachmentPtr &attachment, bool isInList, qsizetyp
         return;
     const NSFileWrapperPtr &file = attachment->fileWrapper();
     const QString preferred = lastPathComponent(file ? file->preferredFilename() : QString());
-    give(*attachment, preferred.isEmpty() ? u"file"_s : QFStringUtilities::stringEscapedForFilename(preferred));
+    give(*attachment,
+         preferred.isEmpty() ? u"file"_s : QFStringUtilities::stringEscapedForFilename(preferred));
 }
 
 } // namespace

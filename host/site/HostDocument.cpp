@@ -189,12 +189,13 @@ void HostDocument::furnish(QFAbstractPlugin *plugin, const SitePage &page)
         const QVariant record =
             guardedCall(u"pluginSettings"_s, [&] { return source ? source->pluginSettings() : QVariant(); });
         const QVariantMap settings = record.toMap();
-        const bool isAccepted = guardedCall(
-            u"acceptsPluginSettings"_s, [&] { return held && held->acceptsPluginSettings(settings); });
+        const bool isAccepted = guardedCall(u"acceptsPluginSettings"_s,
+                                            [&] { return held && held->acceptsPluginSettings(settings); });
         if (isAccepted)
             ask(u"setPluginSettings"_s, [&] { held->setPluginSettings(settings); });
         else
-            reportLoss(u"plugin"_s, u"the settings of the page "_s + page.settingsFrom + u" were not taken over"_s);
+            reportLoss(u"plugin"_s,
+                       u"the settings of the page "_s + page.settingsFrom + u" were not taken over"_s);
     }
     const QString name =
         guardedCall(u"pluginName"_s, [&] { return held ? held->pluginClass()->pluginName() : QString(); });

@@ -17,8 +17,8 @@ class HostWindow;
 class PluginModules;
 class QFAbstractPlugin;
 
-/// A site's document: what the library and plug-ins ask the host for, and the owner of its pages' plug-ins. It is
-/// also the delegate of its window. Main thread.
+/// A site's document: what the library and plug-ins ask the host for, and the owner of its pages' plug-ins.
+/// It is also the delegate of its window. Main thread.
 class HostDocument : public QObject
 {
     Q_OBJECT
@@ -36,12 +36,12 @@ public:
 
     Q_INVOKABLE [[nodiscard]] QString fileNameOrSaveToFileName() const { return _site.file(); }
     Q_INVOKABLE [[nodiscard]] QObject *pageFromUniqueID(const QString &uniqueID);
-    /// Address of the page "to" as seen from the page "from", or from "correction" folders below its folder; nil when
-    /// one of them is no page of the site.
+    /// Address of the page "to" as seen from the page "from", or from "correction" folders below its folder;
+    /// nil when one of them is no page of the site.
     Q_INVOKABLE [[nodiscard]] QVariant pathFromPage(const QVariantMap &question) const;
     Q_INVOKABLE [[nodiscard]] QString pageFilesFolderName(const QString &uniqueID) const;
-    /// The document at a path inside the site's folder, with its links to pages and assets resolved and the file names
-    /// of its attachments unique. Nil, with a record, for what cannot be read.
+    /// The document at a path inside the site's folder, with its links to pages and assets resolved and the
+    /// file names of its attachments unique. Nil, with a record, for what cannot be read.
     Q_INVOKABLE [[nodiscard]] QVariant styledTextFromFile(const QString &path) const;
     /// Objects with `name` and `url`.
     Q_INVOKABLE [[nodiscard]] QVariantList assets();
@@ -49,8 +49,8 @@ public:
     Q_INVOKABLE [[nodiscard]] QVariantMap tree();
 
     [[nodiscard]] HostPage *page(qsizetype index);
-    /// The page's plug-in with ID, document, window, options and settings; made on first use. nullptr, with a record of
-    /// the reason, when it cannot be had.
+    /// The page's plug-in with ID, document, window, options and settings; made on first use. nullptr, with a
+    /// record of the reason, when it cannot be had.
     [[nodiscard]] QFAbstractPlugin *pluginOfPage(qsizetype index);
     /// Destroys a page's plug-in.
     void forgetPluginOfPage(qsizetype index);

@@ -1,6 +1,7 @@
 #include "host/site/HostPage.h"
 
 #include "host/site/HostDocument.h"
+#include "plugin/QFAbstractPlugin.h"
 
 using namespace Qt::StringLiterals;
 

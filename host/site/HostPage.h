@@ -21,11 +21,11 @@ public:
     Q_INVOKABLE [[nodiscard]] QString uniqueID() const;
     [[nodiscard]] QString title() const;
     [[nodiscard]] QObject *document() const;
-    /// "filenameExt", "imageFormat" and "imageQuality" (absent where nothing is asked for), and "externalPageAssets":
-    /// the site's assets.
+    /// "filenameExt", "imageFormat" and "imageQuality" (absent where nothing is asked for), and
+    /// "externalPageAssets": the site's assets.
     [[nodiscard]] QVariantMap attributes() const;
-    /// The plug-in that makes the page, with its settings; made on first use. nullptr for external pages and where
-    /// there is none to be had.
+    /// The plug-in that makes the page, with its settings; made on first use. nullptr for external pages and
+    /// where there is none to be had.
     Q_INVOKABLE [[nodiscard]] QObject *plugin() const;
     Q_INVOKABLE [[nodiscard]] bool isExternalPage() const;
     Q_INVOKABLE [[nodiscard]] QString externalPageURL() const;

@@ -6,8 +6,8 @@
 #include <QString>
 #include <QStringList>
 
-/// Reads one object of a JSON file by its keys. Whatever has another type than was asked for counts as absent and makes
-/// a record in the current report, with the file and the key's place in it.
+/// Reads one object of a JSON file by its keys. Whatever has another type than was asked for counts as absent
+/// and makes a record in the current report, with the file and the key's place in it.
 class KeyReader
 {
 public:

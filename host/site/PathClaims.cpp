@@ -9,7 +9,8 @@ QString folded(QStringView path)
     return path.toString().toLower();
 }
 
-/// Calls with each folder above the path, the nearest first, while `visit` answers true. False when it did not.
+/// Calls with each folder above the path, the nearest first, while `visit` answers true. False when it did
+/// not.
 template <typename Visit>
 bool forEachFolder(const QString &path, Visit visit)
 {

@@ -6,8 +6,8 @@
 
 #include <exception>
 
-/// What a plug-in answers, or an empty value when it throws: then there is a record of what was asked. Plug-ins are code
-/// of others: they may throw anything, and may be gone after any call.
+/// What a plug-in answers, or an empty value when it throws: then there is a record of what was asked.
+/// Plug-ins are code of others: they may throw anything, and may be gone after any call.
 template <typename Call>
 auto guardedCall(const QString &operation, Call call) -> decltype(call())
 {
@@ -18,6 +18,7 @@ auto guardedCall(const QString &operation, Call call) -> decltype(call())
         reason = QStringLiteral(" (") + QString::fromUtf8(exception.what()) + u')';
     } catch (...) {
     }
-    reportLoss(QStringLiteral("plugin"), QStringLiteral("the plug-in threw an exception in ") + operation + reason);
+    reportLoss(QStringLiteral("plugin"),
+               QStringLiteral("the plug-in threw an exception in ") + operation + reason);
     return decltype(call())();
 }

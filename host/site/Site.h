@@ -34,8 +34,8 @@ struct SitePage
 
     qsizetype parent = -1; ///< index of a page that comes before
     QList<qsizetype> children;
-    QString key;           ///< where it stands in site.json: "pages[1].children[0]"
-    QJsonObject written;   ///< as it stands there, without the children
+    QString key;         ///< where it stands in site.json: "pages[1].children[0]"
+    QJsonObject written; ///< as it stands there, without the children
 
     [[nodiscard]] bool isExternal() const { return !external.isNull(); }
     /// "index.html"
@@ -74,14 +74,15 @@ struct Site
 };
 
 /// Folders of the published site that belong to no page.
-inline constexpr QStringView kPublishedTheme = u"theme";
-inline constexpr QStringView kPublishedAssets = u"assets";
-inline constexpr QStringView kPublishedPlugins = u"plugins";
+inline const QString kPublishedTheme = QStringLiteral("theme");
+inline const QString kPublishedAssets = QStringLiteral("assets");
+inline const QString kPublishedPlugins = QStringLiteral("plugins");
 /// What the builder keeps for itself.
-inline constexpr QStringView kBuilderFolder = u".qf";
+inline const QString kBuilderFolder = QStringLiteral(".qf");
 
 /// `folder/name`, or `name` in the root.
 [[nodiscard]] QString joinedPath(const QString &folder, const QString &name);
 
-/// Address of the file at `to` as seen from a file in the folder `from`; both are paths inside the published site.
+/// Address of the file at `to` as seen from a file in the folder `from`; both are paths inside the published
+/// site.
 [[nodiscard]] QString relativeAddress(const QString &from, const QString &to);

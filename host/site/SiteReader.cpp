@@ -44,7 +44,6 @@ public:
     Inherited inherited;
 
 private:
-
     [[nodiscard]] bool readPage(KeyReader &keys, SitePage &page, const QString &parentFolder);
     [[nodiscard]] bool readMaker(KeyReader &keys, SitePage &page);
     void readLooks(KeyReader &keys, SitePage &page);
@@ -141,7 +140,8 @@ void Reader::readLooks(KeyReader &keys, SitePage &page)
     page.imageQuality = keys.string(u"imageQuality"_s);
     constexpr std::array<QStringView, 3> formats{u"JPEG", u"PNG", u"GIF"};
     constexpr std::array<QStringView, 4> qualities{u"Best", u"High", u"Medium", u"Low"};
-    if (!page.imageFormat.isNull() && std::find(formats.begin(), formats.end(), page.imageFormat) == formats.end())
+    if (!page.imageFormat.isNull() &&
+        std::find(formats.begin(), formats.end(), page.imageFormat) == formats.end())
         keys.complain(u"imageFormat"_s, u"should be JPEG, PNG or GIF"_s);
     if (!page.imageQuality.isNull() &&
         std::find(qualities.begin(), qualities.end(), page.imageQuality) == qualities.end())

@@ -20,8 +20,8 @@ struct SiteTheme
     QVariantList variations; ///< of {"Name", "Type", "Files"}, as export parameters have them
     bool contentOnlySubpages = true;
 
-    /// Reads the theme in a folder. Nothing, and a sentence in `error`, when `theme.json` or the template cannot be
-    /// read; other faults make records in the current report.
+    /// Reads the theme in a folder. Nothing, and a sentence in `error`, when `theme.json` or the template
+    /// cannot be read; other faults make records in the current report.
     [[nodiscard]] static std::optional<SiteTheme> read(const QString &folder, QString &error);
 
     /// The named ones, in the theme's order; names that it lacks are appended to `missing`.
