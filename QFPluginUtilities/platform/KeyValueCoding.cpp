@@ -10,6 +10,8 @@
 #include <QMetaProperty>
 #include <QObject>
 
+#include <exception>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -17,6 +19,12 @@ namespace {
 void reportException(const QString &key)
 {
     reportLoss(u"exception"_s, u"The property '"_s + key + u"' threw an exception."_s);
+}
+
+/// -1 for none; a name's beginning before a NUL is not the name.
+int indexOfProperty(const QMetaObject &meta, const QString &key)
+{
+    return key.contains(QChar::Null) ? -1 : meta.indexOfProperty(key.toUtf8().constData());
 }
 
 // Reading a value must not do something: an operation without an answer, such as deleteLater, is no value.
@@ -36,7 +44,7 @@ QVariant NSKeyValueCoding::valueForKey(QObject *receiver, const QString &key)
     const QByteArray name = key.toUtf8();
     const QMetaObject &meta = *receiver->metaObject();
     try {
-        const QMetaProperty property = meta.property(meta.indexOfProperty(name.constData()));
+        const QMetaProperty property = meta.property(indexOfProperty(meta, key));
         if (property.isValid() && property.isReadable())
             return property.read(receiver);
     } catch (...) {
@@ -69,19 +77,33 @@ QVariant NSKeyValueCoding::valueForKeyPath(const QVariant &receiver, const QStri
     return value;
 }
 
-bool NSKeyValueCoding::setValueForKey(QObject *receiver, const QString &key, const QVariant &value)
+bool NSKeyValueCoding::setValueForKey(QObject *receiver, const QString &key, const QVariant &value,
+                                      QString *reason)
 {
+    const auto refused = [&](const QString &why) {
+        if (reason)
+            *reason = why;
+        return false;
+    };
     if (!receiver)
-        return false;
+        return refused(u"there is no object"_s);
     const QMetaObject &meta = *receiver->metaObject();
-    const QMetaProperty property = meta.property(meta.indexOfProperty(key.toUtf8().constData()));
-    if (!property.isValid() || !property.isWritable())
-        return false;
+    const QMetaProperty property = meta.property(indexOfProperty(meta, key));
+    if (!property.isValid())
+        return refused(u"there is no property '"_s + key + u'\'');
+    if (!property.isWritable())
+        return refused(u"the property '"_s + key + u"' cannot be changed"_s);
     try {
         const std::optional<RankedValue> converted = convertedTo(value, property.metaType());
-        return converted && property.write(receiver, converted->value);
+        return (converted && property.write(receiver, converted->value)) ||
+               refused(u"the property '"_s + key + u"' takes no such value"_s);
+    } catch (const std::exception &error) {
+        if (!reason)
+            reportException(key);
+        return refused(u"the property '"_s + key + u"' threw: "_s + QString::fromUtf8(error.what()));
     } catch (...) {
-        reportException(key);
-        return false;
+        if (!reason)
+            reportException(key);
+        return refused(u"the property '"_s + key + u"' threw an exception"_s);
     }
 }

@@ -20,7 +20,9 @@ namespace NSKeyValueCoding {
 
 /// Writes a declared property. False, with nothing changed, for an unknown key (none is ever made at run
 /// time), a read-only one, a value that is none of the property's type, and nil where the property is a
-/// number. False also when the setter throws. Nil empties a string, container or object property.
-QF_EXPORT bool setValueForKey(QObject *receiver, const QString &key, const QVariant &value);
+/// number. False also when the setter throws. Nil empties a string, container or object property. `reason`,
+/// where given, becomes a phrase that says why it is false; otherwise exceptions are put into the report.
+QF_EXPORT bool setValueForKey(QObject *receiver, const QString &key, const QVariant &value,
+                              QString *reason = nullptr);
 
 } // namespace NSKeyValueCoding

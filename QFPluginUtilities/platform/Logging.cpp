@@ -26,6 +26,7 @@ const QLoggingCategory &qfExportLog()
 
 const QLoggingCategory &qfPluginLog()
 {
-    static const QLoggingCategory category("qf.plugin");
+    static const QLoggingCategory category("qf.plugin",
+                                           QtInfoMsg); // the end of each plug-in is of no interest
     return category;
 }

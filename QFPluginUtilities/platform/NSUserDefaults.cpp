@@ -8,6 +8,7 @@
 #include <QFile>
 #include <QFileInfo>
 #include <QHash>
+#include <QLockFile>
 #include <QReadWriteLock>
 #include <QSaveFile>
 #include <QStandardPaths>
@@ -21,6 +22,7 @@ namespace {
 constexpr qint64 kLargestFile = qint64(64) * 1024 * 1024;
 constexpr qsizetype kLongestName = 200;
 constexpr int kMostDamagedFiles = 100;
+constexpr int kLongestWait = 5000; // milliseconds, for another process
 
 struct Domain
 {
@@ -75,13 +77,18 @@ bool isStorable(const QVariant &value)
 
 bool writeDomain(const QString &path, const Domain &domain)
 {
-    if (domain.isDamaged && !keepAside(path))
+    const QString folder = NSStringPathExtensions::stringByDeletingLastPathComponent(path);
+    if (domain.values.isEmpty() && !QFile::exists(path))
+        return true;
+    const QByteArray data = NSPropertyList::dataFromPropertyList(domain.values, NSPropertyListFormat::Binary);
+    if (data.isNull() || !QDir().mkpath(folder))
+        return false;
+    // Against another process between a damaged file's renaming and the new file.
+    QLockFile lock(path + u".lock"_s);
+    if (!lock.tryLock(kLongestWait) || (domain.isDamaged && !keepAside(path)))
         return false;
     if (domain.values.isEmpty())
         return !QFile::exists(path) || QFile::remove(path);
-    const QByteArray data = NSPropertyList::dataFromPropertyList(domain.values, NSPropertyListFormat::Binary);
-    if (data.isNull() || !QDir().mkpath(NSStringPathExtensions::stringByDeletingLastPathComponent(path)))
-        return false;
     QSaveFile file(path);
     return file.open(QIODevice::WriteOnly) && file.write(data) == data.size() && file.commit();
 }
@@ -145,6 +152,21 @@ NSUserDefaults &NSUserDefaults::standardUserDefaults()
             QStandardPaths::writableLocation(QStandardPaths::GenericConfigLocation), u"QFPluginUtilities"),
         u"com.corvale.quillfern"_s);
     return defaults;
+}
+
+QString NSUserDefaults::mainIdentifier()
+{
+    const NSUserDefaults &standard = standardUserDefaults();
+    const QReadLocker locker(&standard.d->lock);
+    return standard.d->applicationDomain;
+}
+
+void NSUserDefaults::setMainIdentifier(const QString &identifier)
+{
+    const NSUserDefaults &standard = standardUserDefaults();
+    const QWriteLocker locker(&standard.d->lock);
+    standard.d->applicationDomain = safeName(identifier);
+    standard.d->isMerged = false;
 }
 
 void NSUserDefaults::setFolder(const QString &folder)
@@ -239,16 +261,17 @@ QVariantMap NSUserDefaults::persistentDomainForName(const QString &name) const
     return safe.isNull() ? QVariantMap() : d->domainNamed(safe).values;
 }
 
-void NSUserDefaults::setPersistentDomain(const QVariantMap &domain, const QString &name)
+bool NSUserDefaults::setPersistentDomain(const QVariantMap &domain, const QString &name)
 {
     const QWriteLocker locker(&d->lock);
     const QString safe = safeName(name);
     if (safe.isNull() || !isStorable(domain))
-        return;
+        return false;
     Domain &known = d->domainNamed(safe);
     known.values = domain;
     known.isChanged = true;
     d->isMerged = false;
+    return true;
 }
 
 bool NSUserDefaults::synchronize()

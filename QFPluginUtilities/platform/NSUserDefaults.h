@@ -15,7 +15,7 @@ inline constexpr QStringView NSGlobalDomain = u"NSGlobalDomain";
 /// defaults.
 ///
 /// Values are those of property lists. Any thread; reading a key takes a shared lock and one look-up. Two
-/// processes that change one domain at the same time: the one that writes last wins.
+/// processes that change one domain at the same time: they write one after the other, and the last one wins.
 ///
 /// A file that cannot be read as preferences counts as empty; before it would be replaced it is renamed, to
 /// "<domain>.plist.damaged" or the like.
@@ -29,9 +29,13 @@ public:
     NSUserDefaults(const NSUserDefaults &) = delete;
     NSUserDefaults &operator=(const NSUserDefaults &) = delete;
 
-    /// The process's preferences: the domain "com.corvale.quillfern" in the user's configuration folder,
-    /// below "QFPluginUtilities".
+    /// The process's preferences: the domain of `mainIdentifier` in the user's configuration folder, below
+    /// "QFPluginUtilities".
     [[nodiscard]] static NSUserDefaults &standardUserDefaults();
+    /// Names the application, and so its domain in the standard preferences; "com.corvale.quillfern" unless
+    /// the application sets another. Empty: it has no domain, and what is set there is lost.
+    [[nodiscard]] static QString mainIdentifier();
+    static void setMainIdentifier(const QString &identifier);
     /// Looks for the files elsewhere from now on. Changes that have not been written are dropped.
     void setFolder(const QString &folder);
 
@@ -56,8 +60,9 @@ public:
     /// A whole domain; empty when there is none. Domains are known by the last component of their names, so
     /// that none can lie outside the folder; where nothing is left of a name, nothing is read or set.
     [[nodiscard]] QVariantMap persistentDomainForName(const QString &name) const;
-    /// Replaces a whole domain; an empty one has its file removed.
-    void setPersistentDomain(const QVariantMap &domain, const QString &name);
+    /// Replaces a whole domain; an empty one has its file removed. False, with nothing changed, for what no
+    /// property list can hold and for a name that is none.
+    bool setPersistentDomain(const QVariantMap &domain, const QString &name);
 
     /// Writes what has been changed, and lets everything else be read afresh. False when a file could not be
     /// written; its changes are kept for the next time.

@@ -87,6 +87,16 @@ QString QFHost::pageFilesFolderName(QObject *document, const QString &uniqueID)
     return stringValue(answer(document, "pageFilesFolderName", {uniqueID}));
 }
 
+QString QFHost::fileNameOrSaveToFileName(QObject *document)
+{
+    return stringValue(answer(document, "fileNameOrSaveToFileName"));
+}
+
+QStringList QFHost::colourTagFiles(QObject *theme)
+{
+    return stringsIn(answer(theme, "colourTagFiles"));
+}
+
 std::optional<QString> QFHost::internalPageLinkFileMapper(QObject *plugin, const QString &subpageID)
 {
     if (!respondsTo(plugin, "internalPageLinkFileMapper", 1))

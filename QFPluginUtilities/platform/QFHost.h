@@ -5,6 +5,7 @@
 #include <QObject>
 #include <QPointer>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 #include <optional>
@@ -41,6 +42,13 @@ namespace QFHost {
 [[nodiscard]] QF_EXPORT QString pathFromPage(QObject *document, const QString &from, const QString &to,
                                              qint64 correction);
 [[nodiscard]] QF_EXPORT QString pageFilesFolderName(QObject *document, const QString &uniqueID);
+/// Path of the document's file, or of the one that it is being saved to.
+[[nodiscard]] QF_EXPORT QString fileNameOrSaveToFileName(QObject *document);
+
+// Of a theme
+
+/// Names of the style sheets that each style has its own version of; what is no string is left out.
+[[nodiscard]] QF_EXPORT QStringList colourTagFiles(QObject *theme);
 
 // Of a plug-in
 

@@ -278,6 +278,21 @@ QString stringValue(const QVariant &value)
     return value.typeId() == QMetaType::QString ? value.toString() : QString();
 }
 
+QStringList stringsIn(const QVariant &value)
+{
+    if (value.typeId() == QMetaType::QStringList)
+        return value.toStringList();
+    QStringList strings;
+    if (value.typeId() != QMetaType::QVariantList)
+        return strings;
+    for (const QVariant &element : value.toList()) {
+        const QString string = stringValue(element);
+        if (!string.isNull())
+            strings.append(string);
+    }
+    return strings;
+}
+
 QObject *objectValue(const QVariant &value)
 {
     if (value.metaType().flags() & QMetaType::PointerToQObject)

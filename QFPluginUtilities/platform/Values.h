@@ -2,6 +2,7 @@
 
 #include "platform/QFExport.h"
 
+#include <QStringList>
 #include <QVariant>
 
 // Reading and comparing generic values by the platform's rules. QVariant's own rules are looser: it says that
@@ -39,6 +40,9 @@ QF_EXPORT float floatValue(const QVariant &value);
 
 /// The string that the value holds, or nil when it holds anything else (a URL or number is not converted).
 QF_EXPORT QString stringValue(const QVariant &value);
+
+/// The strings of an array, without what else it holds; empty when the value is no array.
+QF_EXPORT QStringList stringsIn(const QVariant &value);
 
 /// The object pointer that the value holds, or nullptr.
 QF_EXPORT QObject *objectValue(const QVariant &value);

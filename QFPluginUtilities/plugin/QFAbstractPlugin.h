@@ -37,7 +37,7 @@ public:
     /// One that is read from an archive. Nothing is read here, and there is no dictionary of options: setting
     /// one does nothing until the subclass calls `makeThemeSpecificOptions`.
     explicit QFAbstractPlugin(NSKeyedUnarchiver &coder);
-    /// Logs "QFAbstractPlugin dealloc".
+    /// Logs "QFAbstractPlugin dealloc", as a debug message of "qf.plugin", a level that is off by default.
     ~QFAbstractPlugin() override;
 
     /// Writes nothing; subclasses archive their own state.
@@ -113,7 +113,8 @@ public:
     /// domain of `NSUserDefaults::mainIdentifier`. A copy; empty when there is none.
     [[nodiscard]] Q_INVOKABLE QVariantMap pluginDefaults() const;
     /// Replaces that entry, or removes it (nil, an invalid QVariant), and writes. Does nothing for a plug-in
-    /// without a name and where the domain does not exist yet. A failure is logged.
+    /// without a name and where the domain does not exist yet. A failure is logged: "Failed to save plugin
+    /// defaults for %@".
     Q_INVOKABLE void setPluginDefaults(const QVariant &defaults);
 
     /// The storage of all plug-ins of this name in this process; it lives as long as that does. nullptr

@@ -1,11 +1,14 @@
 #include "text/QFStrings.h"
 
+#include "platform/NSStringPathExtensions.h"
 #include "text/QFCanonicalSearch.h"
 #include "text/QFCharacterConverter.h"
 #include "text/QFCharsetEncoder.h"
 #include "text/QFUnitEncoder.h"
 #include "text/QFXMLEscaper.h"
+#include "text/SafeFilenameCharacterSet.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
 
@@ -34,6 +37,13 @@ char16_t *writeHexadecimalReference(char16_t *at, char16_t unit)
         *at++ = u"0123456789abcdef"[(unit >> shift) & 0xF];
     *at++ = u';';
     return at;
+}
+
+/// Four lower-case hexadecimal digits.
+void appendUnitNumber(QString &text, char16_t unit)
+{
+    for (int shift = 12; shift >= 0; shift -= 4)
+        text += QChar(u"0123456789abcdef"[(unit >> shift) & 0xF]);
 }
 
 QFUnitEncoder makePHPEncoder()
@@ -133,4 +143,48 @@ qsizetype QFStringUtilities::replaceOccurrencesOfString(QString &text, const QSt
     if (count > 0)
         text = replaced.append(QStringView(text).sliced(copied));
     return count;
+}
+
+bool QFStringUtilities::validWebFilename(const QString &path)
+{
+    const QString name = NSStringPathExtensions::lastPathComponent(path);
+    return std::all_of(name.begin(), name.end(),
+                       [](QChar unit) { return unit == u' ' || isSafeInFilenames(unit.unicode()); });
+}
+
+QString QFStringUtilities::stringEscapedForFilename(const QString &text)
+{
+    QString safe;
+    safe.reserve(text.size());
+    for (const QChar unit : text) {
+        if (isSafeInFilenames(unit.unicode()))
+            safe += unit.toLower();
+        else if (unit == u' ')
+            safe += u'-';
+        else
+            appendUnitNumber(safe, unit.unicode());
+    }
+    return safe;
+}
+
+QString QFStringUtilities::stripRepeatedPathSeparators(const QString &path)
+{
+    QString stripped;
+    stripped.reserve(path.size());
+    for (const QChar unit : path) {
+        if (unit != u'/' || !stripped.endsWith(u'/'))
+            stripped += unit;
+    }
+    return stripped;
+}
+
+void QFStringUtilities::appendForwardSlash(QString &path)
+{
+    if (!path.endsWith(u'/'))
+        path += u'/';
+}
+
+QString QFStringUtilities::summarizeToSentences(const QString & /*text*/, quint64 * /*sentences*/)
+{
+    return {};
 }

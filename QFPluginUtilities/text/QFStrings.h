@@ -46,4 +46,20 @@ dataUsingHTMLEscapesWithNSStringEncoding(const QString &text, NSStringEncoding e
 QF_EXPORT qsizetype replaceOccurrencesOfString(QString &text, const QString &target,
                                                const QString &withString);
 
+/// Whether the last component of a path has only ASCII letters, digits, blanks, ".", "-" and "_". A blank is
+/// fine here though `stringEscapedForFilename` replaces it, and so are an empty name, "." and "..": whoever
+/// joins such a name to a folder looks for these himself. False for "/".
+[[nodiscard]] QF_EXPORT bool validWebFilename(const QString &path);
+/// A safe name of any text: blanks become "-", other units outside `safeFilenameCharacterSet` four
+/// hexadecimal digits (slashes too), and all is lower case. "Café Menu" is "caf00e9-menu". "." and ".." stay.
+[[nodiscard]] QF_EXPORT QString stringEscapedForFilename(const QString &text);
+/// One slash for every run of slashes, at the beginning and behind "http:" too.
+[[nodiscard]] QF_EXPORT QString stripRepeatedPathSeparators(const QString &path);
+/// In place, unless there is one at the end. An empty text becomes "/".
+QF_EXPORT void appendForwardSlash(QString &path);
+
+/// A summary of the text; nil, as the system has no service for this. `sentences`, the number wanted (nullptr
+/// for ten), is left alone.
+[[nodiscard]] QF_EXPORT QString summarizeToSentences(const QString &text, quint64 *sentences = nullptr);
+
 } // namespace QFStringUtilities

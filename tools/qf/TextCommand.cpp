@@ -27,6 +27,9 @@ Changes text from standard input, which must be UTF-8, and writes bytes to stand
   encode CHARSET-NUMBER     bytes of a character set, with decimal references for what it cannot hold. The
                             number is decimal or starts with 0x: 0x0600 ASCII, 0x0201 ISO Latin 1,
                             0x08000100 UTF-8, 0x0A01 Shift-JIS, 0x0A03 Big5
+  filename                  a safe file name in lower case
+  valid-filename            true or false: whether a file of that name (or path) may go onto a web server
+  strip-separators          one slash for every run of slashes
 
 Exit codes: 0 done; 1 failed (input that is not UTF-8, another character set); 2 wrong usage.
 )";
@@ -40,7 +43,7 @@ struct NamedOperation
     bool takesAll;
 };
 
-constexpr std::array<NamedOperation, 5> kOperations{{
+constexpr std::array<NamedOperation, 8> kOperations{{
     {u"escape-xml",
      [](const QString &text, bool) { return QFStringUtilities::stringEscapedForXMLElementText(text); },
      false},
@@ -57,6 +60,15 @@ constexpr std::array<NamedOperation, 5> kOperations{{
     {u"entities",
      [](const QString &text, bool all) { return QFCharacterConverter::encodeUnicodeForHTML(text, !all); },
      true},
+    {u"filename", [](const QString &text, bool) { return QFStringUtilities::stringEscapedForFilename(text); },
+     false},
+    {u"valid-filename",
+     [](const QString &text, bool) {
+         return QFStringUtilities::validWebFilename(text) ? u"true"_s : u"false"_s;
+     },
+     false},
+    {u"strip-separators",
+     [](const QString &text, bool) { return QFStringUtilities::stripRepeatedPathSeparators(text); }, false},
 }};
 
 /// All of standard input, or nothing when it is not UTF-8.

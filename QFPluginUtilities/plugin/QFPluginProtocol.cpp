@@ -1,0 +1,3 @@
+#include "plugin/QFPluginProtocol.h"
+
+QFPluginProtocol::~QFPluginProtocol() = default;

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "platform/QFExport.h"
+
+#include <QByteArray>
+#include <QString>
+
+/// Paths and aliases. The system has no file aliases, files that stand for others and follow them when these
+/// move, so every path is its own resolution; symbolic links are no aliases and stay.
+namespace QFPathUtilities {
+
+/// Answers of the operations with a status.
+inline constexpr qint32 kPathFound = 0;
+inline constexpr qint32 kPathNotFound = -43;
+inline constexpr qint32 kPathEmpty = -50;
+
+/// The path itself, to the letter.
+[[nodiscard]] QF_EXPORT QString resolveAlias(const QString &path);
+[[nodiscard]] QF_EXPORT QString resolveAliases(const QString &path);
+
+/// The absolute path of a file or folder that exists, in `reference`, which is otherwise left alone.
+QF_EXPORT qint32 pathToFSRef(const QString &path, QString *reference);
+/// The same.
+QF_EXPORT qint32 pathToFSSpec(const QString &path, QString *specification);
+
+/// Bytes that find a file again: nil.
+[[nodiscard]] QF_EXPORT QByteArray aliasForPathRelativeTo(const QString &path, const QString &base);
+/// Path of the file that such bytes stand for: nil, whatever they are.
+[[nodiscard]] QF_EXPORT QString resolveAliasRelativeTo(const QByteArray &alias, const QString &base,
+                                                       bool withoutUI);
+
+} // namespace QFPathUtilities
