@@ -17,6 +17,8 @@ int runConvert(const QStringList &arguments);
 int runImage(const QStringList &arguments);
 int runMetadata(const QStringList &arguments);
 int runMovie(const QStringList &arguments);
+int runNew(const QStringList &arguments);
+int runPlugins(const QStringList &arguments);
 int runText(const QStringList &arguments);
 
 /// Parses the arguments of a command. An exit code when that is all there is to do: after `--help`, which
@@ -32,10 +34,6 @@ int failed(const QString &sentence);
 /// Bytes out exactly: to standard output for "-" or nil, else into a file, which is replaced whole or not at
 /// all; devices and pipes are written to. An exit code.
 [[nodiscard]] int writeOutput(const QByteArray &bytes, const QString &path);
-
-/// The text as UTF-8. Halves of surrogate pairs that stand alone, which UTF-8 cannot hold, become decimal
-/// references.
-[[nodiscard]] QByteArray utf8WithReferences(const QString &text);
 
 /// Notes about what was left out without a log line, at most twenty of them.
 void printLosses(const QFReport &report);

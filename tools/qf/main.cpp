@@ -20,6 +20,8 @@ constexpr const char *kHelp = R"(Usage: qf COMMAND [arguments]
   metadata   what a picture's file says about it
   movie      the size of a movie; flatten it so that it plays while it loads
   text       escape and encode text
+  new        a page plug-in or a site to start from
+  plugins    the page plug-ins that there are
 
 qf COMMAND --help says more; qf --version prints the version.
 )";
@@ -30,12 +32,14 @@ struct Command
     int (*run)(const QStringList &arguments);
 };
 
-constexpr std::array<Command, 6> kCommands{{{u"export", runExport},
+constexpr std::array<Command, 8> kCommands{{{u"export", runExport},
                                             {u"convert", runConvert},
                                             {u"image", runImage},
                                             {u"metadata", runMetadata},
                                             {u"movie", runMovie},
-                                            {u"text", runText}}};
+                                            {u"text", runText},
+                                            {u"new", runNew},
+                                            {u"plugins", runPlugins}}};
 
 /// What the library logs, as plain lines.
 void printMessage(QtMsgType type, const QMessageLogContext &, const QString &message)
