@@ -20,11 +20,11 @@ QString element(const QString &start, const QString &text, const QString &end)
 QString image(const AlbumMarkup::Picture &picture, const QString &loading)
 {
     QString markup =
-        u"<img src=\""_s + escaped(picture.address) + u"\" alt=\"" + escaped(picture.alternative) + u'"';
+        u"<img src=\""_s + escaped(picture.address) + u"\" alt=\""_s + escaped(picture.alternative) + u'"';
     if (!picture.size.isEmpty())
-        markup += u" width=\""_s + QString::number(picture.size.width()) + u"\" height=\"" +
+        markup += u" width=\""_s + QString::number(picture.size.width()) + u"\" height=\""_s +
                   QString::number(picture.size.height()) + u'"';
-    return markup + loading + u" />";
+    return markup + loading + u" />"_s;
 }
 
 /// A place in the row of links; empty where there is nowhere to go.
@@ -32,25 +32,25 @@ QString pageLink(const QString &address, const QString &relation, const QString 
 {
     if (address.isEmpty())
         return u"<span></span>"_s;
-    return u"<span><a rel=\""_s + relation + u"\" href=\"" + escaped(address) + u"\">" + text +
-           u"</a></span>";
+    return u"<span><a rel=\""_s + relation + u"\" href=\""_s + escaped(address) + u"\">"_s + text +
+           u"</a></span>"_s;
 }
 
 } // namespace
 
 QString AlbumMarkup::albumStart(int columns, int width)
 {
-    QString style = u"--album-width: "_s + QString::number(width) + u"px";
+    QString style = u"--album-width: "_s + QString::number(width) + u"px"_s;
     if (columns > 0)
         style = u"--album-width: 0px; --album-columns: "_s + QString::number(columns);
-    return u"<ul class=\"album\" style=\""_s + style + u"\">\n";
+    return u"<ul class=\"album\" style=\""_s + style + u"\">\n"_s;
 }
 
 QString AlbumMarkup::albumItem(const Picture &thumbnail, const QString &photoPage, const QString &caption)
 {
-    return u"<li><figure><a href=\""_s + escaped(photoPage) + u"\">" +
-           image(thumbnail, u" loading=\"lazy\""_s) + u"</a>" +
-           element(u"<figcaption>"_s, caption, u"</figcaption>"_s) + u"</figure></li>\n";
+    return u"<li><figure><a href=\""_s + escaped(photoPage) + u"\">"_s +
+           image(thumbnail, u" loading=\"lazy\""_s) + u"</a>"_s +
+           element(u"<figcaption>"_s, caption, u"</figcaption>"_s) + u"</figure></li>\n"_s;
 }
 
 QString AlbumMarkup::albumEnd()
@@ -69,33 +69,33 @@ QString AlbumMarkup::photoPage(const PhotoPage &page)
                             element(u"<span class=\"album-details\">"_s, page.details, u"</span>"_s) +
                             (page.original.isEmpty() ? QString()
                                                      : u"<a class=\"album-original\" download href=\""_s +
-                                                           escaped(page.original) + u"\">Original</a>");
+                                                           escaped(page.original) + u"\">Original</a>"_s);
     return u"<nav class=\"album-pages\" aria-label=\"Photographs\">"_s +
            pageLink(page.previous, u"prev"_s, u"\u2190 Previous"_s) +
            pageLink(page.album, u"up"_s,
                     u"All photographs"_s +
                         (page.position.isEmpty() ? QString() : u" ("_s + page.position + u')')) +
-           pageLink(page.next, u"next"_s, u"Next \u2192"_s) + u"</nav>\n<figure class=\"album-photo\">" +
+           pageLink(page.next, u"next"_s, u"Next \u2192"_s) + u"</nav>\n<figure class=\"album-photo\">"_s +
            image(page.picture, {}) +
-           (caption.isEmpty() ? QString() : u"<figcaption>"_s + caption + u"</figcaption>") + u"</figure>\n";
+           (caption.isEmpty() ? QString() : u"<figcaption>"_s + caption + u"</figcaption>"_s) + u"</figure>\n"_s;
 }
 
 QString AlbumMarkup::entirePage(const QString &title, const QString &language, const QString &head,
                                 const QString &body)
 {
     return u"<!DOCTYPE html>\n<html lang=\""_s + escaped(language.isEmpty() ? u"en"_s : language) +
-           u"\">\n<head>\n<meta charset=\"utf-8\" />\n<meta name=\"viewport\" content=\"width=device-width, "
-           u"initial-scale=1\" />\n<title>" +
-           escaped(title) + u"</title>\n" + head + u"\n</head>\n<body>\n<main>\n" + body +
-           u"</main>\n</body>\n</html>\n";
+           u"\">\n<head>\n<meta charset=\"utf-8\" />\n<meta name=\"viewport\" content=\"width=device-width, "_s
+           u"initial-scale=1\" />\n<title>"_s +
+           escaped(title) + u"</title>\n"_s + head + u"\n</head>\n<body>\n<main>\n"_s + body +
+           u"</main>\n</body>\n</html>\n"_s;
 }
 
 QString AlbumMarkup::styleSheet(const QString &address)
 {
-    return u"<link rel=\"stylesheet\" type=\"text/css\" href=\""_s + escaped(address) + u"\" />";
+    return u"<link rel=\"stylesheet\" type=\"text/css\" href=\""_s + escaped(address) + u"\" />"_s;
 }
 
 QString AlbumMarkup::script(const QString &address)
 {
-    return u"<script defer=\"defer\" src=\""_s + escaped(address) + u"\"></script>";
+    return u"<script defer=\"defer\" src=\""_s + escaped(address) + u"\"></script>"_s;
 }

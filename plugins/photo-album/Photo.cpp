@@ -46,8 +46,8 @@ QString commentText(const QString &item)
 QString exposureTime(float seconds)
 {
     if (seconds >= 0.4F)
-        return QString::number(std::round(seconds * 10) / 10) + u" s";
-    return u"1/"_s + QString::number(std::lround(1 / seconds)) + u" s";
+        return QString::number(std::round(seconds * 10) / 10) + u" s"_s;
+    return u"1/"_s + QString::number(std::lround(1 / seconds)) + u" s"_s;
 }
 
 QString cameraSettings(const QVariantMap &exif)
@@ -61,7 +61,7 @@ QString cameraSettings(const QVariantMap &exif)
     if (const float speed = number(u"kQTExifUserDataISOSpeedRatings"); speed > 0)
         settings += u"ISO "_s + QString::number(speed);
     if (const float length = number(u"kQTExifUserDataFocalLength"); length > 0)
-        settings += QString::number(length, 'g', 4) + u" mm";
+        settings += QString::number(length, 'g', 4) + u" mm"_s;
     return settings.isEmpty() ? QString() : settings.join(u", "_s);
 }
 

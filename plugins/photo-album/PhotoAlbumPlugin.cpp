@@ -76,7 +76,7 @@ bool keepsItsName(const Photo &photo)
 QString originalName(const Photo &photo)
 {
     return keepsItsName(photo) ? photo.fileName
-                               : photo.ID + u"-original." + QFileInfo(photo.fileName).suffix().toLower();
+                               : photo.ID + u"-original."_s + QFileInfo(photo.fileName).suffix().toLower();
 }
 
 } // namespace

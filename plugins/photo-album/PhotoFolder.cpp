@@ -38,7 +38,7 @@ QVariantMap properties(const QFAbstractPlugin &album, const QFileInfo &file)
 QString uniqueName(const QString &name, QSet<QString> &taken)
 {
     const auto filesOf = [](const QString &ID) {
-        return QSet<QString>{ID, ID + u"-small", ID + u"-original"};
+        return QSet<QString>{ID, ID + u"-small"_s, ID + u"-original"_s};
     };
     QString unique = name;
     for (int number = 2; taken.intersects(filesOf(unique)); ++number)
