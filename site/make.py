@@ -10,7 +10,7 @@ import pathlib
 import zipfile
 
 HERE = pathlib.Path(__file__).parent
-PINE, RED, QUIET = [0.12, 0.29, 0.27, 1], [0.64, 0.15, 0.11, 1], [0.35, 0.39, 0.38, 1]
+RED, ROSE = [0.64, 0.15, 0.11, 1], [0.99, 0.93, 0.9, 1]
 LEFT, CENTER = {"alignment": 0}, {"alignment": 2}
 
 
@@ -105,7 +105,7 @@ class Page:
         self.run("\n", paragraph)
 
     def caption(self, text, paragraph=LEFT):
-        self.inline(text + "\n\n", paragraph, color=QUIET, font={"name": "Georgia-Italic", "family": "Georgia", "size": 15, "italic": True})
+        self.inline(text + "\n\n", paragraph, font={"name": "Georgia-Italic", "family": "Georgia", "size": 15, "italic": True})
 
     def download(self, name, preferred):
         self.run("\ufffc", attachment={"file": name, "preferredFilename": preferred})
@@ -152,7 +152,7 @@ def hut():
                    [("5.30", {"font": BOLD}), ("Breakfast", {"columns": 1}), "Those for the Halberd get up"],
                    [("12.00", {"font": BOLD}), ("Soup is ready, and stays so until eight", {"rows": 2, "fill": [0.99, 0.95, 0.82, 1]}), "Soup"],
                    [("15.00", {"font": BOLD}), "Cake, while there is any"],
-                   [("18.30", {"font": BOLD}), ("Supper", {}), ("Supper, with candles", {"color": RED})],
+                   [("18.30", {"font": BOLD}), ("Supper", {}), ("Supper, with candles", {"color": RED, "fill": ROSE})],
                    [("22.00", {"font": BOLD}), ("Quiet", {}), "You are asleep already"]], border=1)
     page.heading("Rules of the house")
     page.items(["Boots stay in the dry room. Slippers are in the basket; none of them match.",
@@ -201,7 +201,7 @@ def halberd():
                "decimal", "lower-roman")
     page.heading("Before you start")
     page.table(2, [[("By now", {"font": BOLD}), ("you should be", {"font": BOLD})], ["6.00", "on the pass"], ["8.00", "at the ladder"],
-                   [("10.00", {"color": RED, "font": BOLD}), ("on the summit, or on your way down", {"color": RED})], ["13.00", "eating soup"]], border=1)
+                   [("10.00", {"color": RED, "font": BOLD, "fill": ROSE}), ("on the summit, or on your way down", {"color": RED, "fill": ROSE})], ["13.00", "eating soup"]], border=1)
     page.prose("Thunder comes from behind the mountain, in the early afternoon, and you will hear it before you can see it. The rule is old: "
                "**at ten o'clock everybody turns round**, wherever they are. The summit has been there for some time.")
     page.heading("What you see")
