@@ -170,8 +170,9 @@ BuildManifest BuildManifest::read(const QString &output)
     const QJsonObject json = QJsonDocument::fromJson(file.readAll()).object();
     if (json.value(u"format"_s).toInt() != kFormat)
         return {};
-    return {partsFrom(json.value(u"pages"_s)), partsFrom(json.value(u"kinds"_s)),
-            partsFrom(json.value(u"copies"_s)), stringsFrom(json.value(u"orphans"_s))};
+    return {partsFrom(json.value(u"pages"_s)),  partsFrom(json.value(u"kinds"_s)),
+            partsFrom(json.value(u"copies"_s)), json.value(u"root"_s).toString(),
+            json.value(u"index"_s).toString(),  stringsFrom(json.value(u"orphans"_s))};
 }
 
 bool BuildManifest::write(const QString &output, QString &error) const
@@ -180,6 +181,8 @@ bool BuildManifest::write(const QString &output, QString &error) const
                            {u"pages"_s, written(pages)},
                            {u"kinds"_s, written(kinds)},
                            {u"copies"_s, written(copies)},
+                           {u"root"_s, root},
+                           {u"index"_s, index},
                            {u"orphans"_s, QJsonArray::fromStringList(orphans)}};
     const QByteArray bytes = QJsonDocument(json).toJson(QJsonDocument::Compact);
     QSaveFile file(fileIn(output));

@@ -30,6 +30,8 @@ struct BuildManifest
     QMap<QString, BuiltPart> pages;  ///< by ID
     QMap<QString, BuiltPart> kinds;  ///< by identifier of the plug-in
     QMap<QString, BuiltPart> copies; ///< by path inside the published site
+    QString root;                    ///< path of the site's root on its server; empty for relative addresses
+    QString index;                   ///< name of the site's index file
     QStringList orphans; ///< paths of files that an earlier build made and that no page has any more
 
     /// Paths of all files, orphans left out.

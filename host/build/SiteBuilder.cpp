@@ -348,6 +348,8 @@ void Build::finish()
         result.records.append(_now.kinds.value(kind).records);
     for (const SitePage &page : _context.site.pages)
         result.records.append(_now.pages.value(page.id).records);
+    _now.root = _context.parameters.isAbsolute() ? _context.parameters.rootPath() : QString();
+    _now.index = _context.site.index;
     QString error;
     if (!_now.write(_context.output, error))
         result.records.append(record(error, {}));

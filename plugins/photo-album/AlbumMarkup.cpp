@@ -77,7 +77,8 @@ QString AlbumMarkup::photoPage(const PhotoPage &page)
                         (page.position.isEmpty() ? QString() : u" ("_s + page.position + u')')) +
            pageLink(page.next, u"next"_s, u"Next \u2192"_s) + u"</nav>\n<figure class=\"album-photo\">"_s +
            image(page.picture, {}) +
-           (caption.isEmpty() ? QString() : u"<figcaption>"_s + caption + u"</figcaption>"_s) + u"</figure>\n"_s;
+           (caption.isEmpty() ? QString() : u"<figcaption>"_s + caption + u"</figcaption>"_s) +
+           u"</figure>\n"_s;
 }
 
 QString AlbumMarkup::entirePage(const QString &title, const QString &language, const QString &head,

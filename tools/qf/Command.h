@@ -14,6 +14,7 @@ enum ExitCode : int { Done = 0, Failed = 1, WrongUsage = 2 };
 // The commands. `arguments` starts with the command's own name.
 int runExport(const QStringList &arguments);
 int runBuild(const QStringList &arguments);
+int runCheck(const QStringList &arguments);
 int runConvert(const QStringList &arguments);
 int runImage(const QStringList &arguments);
 int runMetadata(const QStringList &arguments);
