@@ -28,7 +28,8 @@ namespace ExtraFiles {
 
 /// What a plug-in answered for `extraFilesNeededInExportFolder`, read. Destinations count from `folder`, a
 /// path inside the published site; HTML files without an extension get `extension`. What has a wrong type, no
-/// safe name, or a place outside the site makes a record in the current report and is left out. `siteFolder` is where relative paths of files to be copied count from.
+/// safe name, or a place outside the site makes a record in the current report and is left out. `siteFolder`
+/// is where relative paths of files to be copied count from.
 [[nodiscard]] QList<ExtraFile> read(const QVariant &answer, const QString &folder, const QString &extension,
                                     const QString &siteFolder);
 

@@ -316,8 +316,7 @@ void PageBuilder::Making::addShared(const ExtraFile &extra)
 void PageBuilder::Making::publishStagedFiles()
 {
     QStringList files;
-    QDirIterator entries(_stagedFiles,
-                         QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
+    QDirIterator entries(_stagedFiles, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
                          QDirIterator::Subdirectories);
     while (entries.hasNext()) {
         const QString path = entries.next();
@@ -384,13 +383,13 @@ PageResult PageBuilder::build(qsizetype index)
     making.clearStaging();
     // The page also depends on what the plug-ins that it asked have read.
     const QSet<qsizetype> consulted = _document.takeConsultedPages();
-    const bool hasFailures =
-        std::any_of(report.records().begin(), report.records().end(),
-                    [](const QFReportRecord &record) { return record.logged; });
+    const bool hasFailures = std::any_of(report.records().begin(), report.records().end(),
+                                         [](const QFReportRecord &record) { return record.logged; });
     // What has failed, as for want of space, may come out well next time.
-    making.result.isRepeatable = !hasFailures && std::all_of(consulted.begin(), consulted.end(), [this](qsizetype asked) {
-        return _context.site.pages.at(asked).isExternal() || noteReads(_document.pluginOfPage(asked));
-    });
+    making.result.isRepeatable =
+        !hasFailures && std::all_of(consulted.begin(), consulted.end(), [this](qsizetype asked) {
+            return _context.site.pages.at(asked).isExternal() || noteReads(_document.pluginOfPage(asked));
+        });
     making.result.consulted = QList<qsizetype>(consulted.begin(), consulted.end());
     std::sort(making.result.consulted.begin(), making.result.consulted.end());
     // Those that other pages ask are made anew for each: what they read then belongs to that page, too, and

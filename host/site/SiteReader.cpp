@@ -218,7 +218,8 @@ void Reader::checkSettingsSources()
         const SitePage *source = page.settingsFrom.isNull() ? &page : _site.pageNamed(page.settingsFrom);
         if (source && source->plugin == page.plugin)
             continue;
-        KeyReader({}, _file, page.key).complain(u"settingsFrom"_s, u"should name a page of the same plug-in"_s);
+        KeyReader({}, _file, page.key)
+            .complain(u"settingsFrom"_s, u"should name a page of the same plug-in"_s);
         page.settingsFrom = QString();
     }
     for (SitePage &page : _site.pages)
