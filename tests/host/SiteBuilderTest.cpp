@@ -132,7 +132,7 @@ void SiteBuilderTest::givesAllParameters()
         return QJsonDocument::fromJson(page(name).split('|').value(2)).object();
     };
     QJsonObject params = paramsOf(u"a/x.html"_s);
-    QVERIFY(params.take(u"location"_s).toString().startsWith(maker->output() + u"/.qf/"));
+    QVERIFY(params.take(u"location"_s).toString().startsWith(maker->output() + u"/.qf/"_s));
     QJsonObject expected =
         QJsonDocument::fromJson(json(R"({'FilenameExt': 'html', 'assetsfoldername': '../assets',
         'attributes': {'externalPageAssets': [], 'filenameExt': 'html', 'imageQuality': 'Low'}, 'base': 'https://h/g',
@@ -166,14 +166,14 @@ void SiteBuilderTest::linksThemeFilesAtEachDepth()
                                    {u"a/b/index.html"_s, u"../../"_s}}) {
         const QString html = QString::fromUtf8(page(file));
         for (const QString &sheet : {u"styles.css"_s, u"c-dusk.css"_s, u"w.css"_s}) {
-            QCOMPARE(html.count(css.arg(up + u"theme/" + sheet)), 1);
+            QCOMPARE(html.count(css.arg(up + u"theme/"_s + sheet)), 1);
             QCOMPARE(html.count(sheet), 1);
         }
     }
     QVERIFY(page(u"index.html"_s).endsWith("<style type=\"text/css\" media=\"all\">b{}</style>"));
     static_cast<void>(build([](BuildRequest &request) { request.mode = BuildMode::Publish; }));
     for (const QString &sheet : {u"styles.css"_s, u"c-dusk.css"_s, u"w.css"_s})
-        QCOMPARE(QString::fromUtf8(page(u"a/b/index.html"_s)).count(css.arg(u"/g/theme/" + sheet)), 1);
+        QCOMPARE(QString::fromUtf8(page(u"a/b/index.html"_s)).count(css.arg(u"/g/theme/"_s + sheet)), 1);
 }
 
 void SiteBuilderTest::survivesBadPlugins_data()
@@ -211,7 +211,7 @@ void SiteBuilderTest::survivesBadPlugins_data()
     row("'does': {'filesReadForExport': 7}", "", true);
     row("'deadly': 'x'", "the plug-in destroyed itself", false);
     row("'does': 7", "Error applying plugin settings", true);
-    row("'links': {'l': '/etc/passwd', 'd': '/etc'}", "a link or device is not published|index_files/d",
+    row("'links': {'l': '/etc/passwd', 'd': '/etc'}", "a link or device is not published|bad/index_files/d",
         true);
 }
 
@@ -494,6 +494,7 @@ void SiteBuilderTest::findsAndPrunesOrphans()
     static_cast<void>(build());
     maker->write(u"out/foreign.txt"_s, "mine");
     maker->write(u"outside/index.html"_s, "outside");
+    maker->write(u"outside/index_files/w"_s, "outside");
     maker->writePages(home);
     const QStringList orphans{u"a/index.html"_s, u"a/index_files/w"_s};
     QCOMPARE(build().orphans, orphans);

@@ -68,7 +68,7 @@ public:
     QVariant contentHTML(const QVariantMap &params) override
     {
         writeFiles(params);
-        QString html = _text;
+        QString html = _text.isNull() ? u""_s : _text; // a nil one would be no content
         if (!_source.isNull())
             html += QString::fromUtf8(contents(sourcePath()));
         if (!_asks.isNull()) {
