@@ -252,8 +252,9 @@ QString PhotoAlbumPlugin::photoPageHTML(qsizetype number, const QVariantMap &par
 
 QString PhotoAlbumPlugin::entirePhotoPage(qsizetype number, const QVariantMap &params) const
 {
-    const QString head = AlbumMarkup::styleSheet(SiteFiles::sharedFile(u"album.css"_s, params, 1)) +
-                         AlbumMarkup::script(SiteFiles::sharedFile(u"album.js"_s, params, 1));
+    const qint64 depth = QFExportParams(params).exportPagePath().count(u'/') + 1;
+    const QString head = AlbumMarkup::styleSheet(SiteFiles::sharedFile(u"album.css"_s, params, depth)) +
+                         AlbumMarkup::script(SiteFiles::sharedFile(u"album.js"_s, params, depth));
     return AlbumMarkup::entirePage(_exported[number].photo.title, language(), head,
                                    photoPageHTML(number, params));
 }
