@@ -56,12 +56,7 @@ QVariantMap HTMLPagePlugin::populatePluginSettings() const
 
 QStringList HTMLPagePlugin::filesReadForExport() const
 {
-    QStringList files;
-    for (const QString &name : {_source, _sidebar}) {
-        if (const QString path = name.isEmpty() ? QString() : SiteFiles::named(*this, name); !path.isNull())
-            files.append(path);
-    }
-    return files;
+    return SiteFiles::watched(*this, {_source, _sidebar});
 }
 
 QString HTMLPagePlugin::readText(const QString &name) const

@@ -120,13 +120,12 @@ QVariantMap PhotoAlbumPlugin::populatePluginSettings() const
 
 QStringList PhotoAlbumPlugin::filesReadForExport() const
 {
-    const QString folder = _source.isEmpty() ? QString() : SiteFiles::named(*this, _source);
-    if (folder.isNull())
-        return {};
     // The folder, too: a photograph may come or go.
-    QStringList files{folder};
-    for (const QFileInfo &file : QDir(folder).entryInfoList(QDir::Files, QDir::Name))
-        files.append(file.filePath());
+    QStringList files = SiteFiles::watched(*this, {_source});
+    for (const QString &folder : QStringList(files)) {
+        for (const QFileInfo &file : QDir(folder).entryInfoList(QDir::Files, QDir::Name))
+            files.append(file.filePath());
+    }
     return files;
 }
 

@@ -138,7 +138,10 @@ void HTMLPagePluginTest::readsNothingOutsideTheSite()
     QStringList files;
     QVERIFY(
         QMetaObject::invokeMethod(page.plugin.get(), "filesReadForExport", Q_RETURN_ARG(QStringList, files)));
-    QCOMPARE(files, QStringList());
+    // What is not there yet may come; a link is watched, and what it leads to is not.
+    for (const QString &file : files)
+        QVERIFY2(file.startsWith(QFileInfo(site.folder.path()).canonicalFilePath() + u'/'), qPrintable(file));
+    QCOMPARE(files.isEmpty(), source != u"missing.html" && !source.startsWith(u"way-out"));
 }
 
 void HTMLPagePluginTest::survivesSettingsOfAnyType()
