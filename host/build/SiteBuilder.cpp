@@ -76,6 +76,7 @@ private:
     QStringList _pageKeys;   ///< by page
     QList<qsizetype> _tasks; ///< that must be run
     qsizetype _done = 0;
+    bool _hasCopied = false;
     QHash<qsizetype, QList<SharedFile>> _shared; ///< by page
     std::unique_ptr<PageBuilder> _pageBuilder;   ///< of a worker
 };
@@ -167,6 +168,7 @@ void Build::copyFiles()
             _now.copies.insert(file.key(), *intact);
             continue;
         }
+        _hasCopied = true;
         QString error;
         const OutputFolder::Outcome outcome = _output.copy(file.key(), file.value(), error);
         if (outcome == OutputFolder::Outcome::Failed) {
@@ -350,8 +352,13 @@ void Build::finish()
         result.records.append(_now.pages.value(page.id).records);
     _now.root = _context.parameters.isAbsolute() ? _context.parameters.rootPath() : QString();
     _now.index = _context.site.index;
+    const bool isAsBefore = _tasks.isEmpty() && !_hasCopied && _now.orphans == _earlier.orphans &&
+                            _now.pages.size() == _earlier.pages.size() &&
+                            _now.kinds.size() == _earlier.kinds.size() &&
+                            _now.copies.size() == _earlier.copies.size() && _now.root == _earlier.root &&
+                            _now.index == _earlier.index;
     QString error;
-    if (!_now.write(_context.output, error))
+    if (!isAsBefore && !_now.write(_context.output, error))
         result.records.append(record(error, {}));
 }
 
