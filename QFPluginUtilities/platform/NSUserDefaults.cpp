@@ -83,9 +83,11 @@ bool writeDomain(const QString &path, const Domain &domain)
     const QByteArray data = NSPropertyList::dataFromPropertyList(domain.values, NSPropertyListFormat::Binary);
     if (data.isNull() || !QDir().mkpath(folder))
         return false;
-    // Against another process between a damaged file's renaming and the new file.
     QLockFile lock(path + u".lock"_s);
-    if (!lock.tryLock(kLongestWait) || (domain.isDamaged && !keepAside(path)))
+    if (!lock.tryLock(kLongestWait))
+        return false;
+    // Another process may have replaced the damaged file in the meantime.
+    if (domain.isDamaged && readDomain(path).isDamaged && !keepAside(path))
         return false;
     if (domain.values.isEmpty())
         return !QFile::exists(path) || QFile::remove(path);

@@ -10,6 +10,7 @@
 #include "platform/WithoutThrowing.h"
 #include "plugin/QFAbstractPluginPrivate.h"
 #include "plugin/QFPluginClass.h"
+#include "plugin/QFPluginNotifications.h"
 #include "plugin/QFSharedStorage.h"
 
 #include <QFile>
@@ -28,9 +29,9 @@ QVariant weakly(QObject *object)
     return object ? QVariant::fromValue(QPointer<QObject>(object)) : QVariant();
 }
 
-void post(const QString &name, const QVariant &object)
+void post(QStringView name, const QVariant &object)
 {
-    NSNotificationCenter::defaultCenter().postNotificationName(name, object);
+    NSNotificationCenter::defaultCenter().postNotificationName(name.toString(), object);
 }
 
 struct SharedStorages
@@ -173,32 +174,32 @@ QVariant QFAbstractPlugin::pageContentHeaders(const QVariantMap & /*params*/)
 
 void QFAbstractPlugin::broadcastPluginChanged()
 {
-    post(u"com.corvale.quillfern.plugin.changed"_s, weakly(this));
+    post(kQFPluginChangedNotification, weakly(this));
 }
 
 void QFAbstractPlugin::broadcastPluginChangedInvert()
 {
-    post(u"com.corvale.quillfern.plugin.changed.invert"_s, weakly(this));
+    post(kQFPluginChangedInvertNotification, weakly(this));
 }
 
 void QFAbstractPlugin::broadcastPluginExportStatus(const QString &message, float progress)
 {
-    QVariantMap status{{u"plugin"_s, weakly(this)}};
+    QVariantMap status{{kQFExportStatusPluginKey.toString(), weakly(this)}};
     if (!message.isNull()) { // a nil ends the list, so that the progress is left out too
-        status.insert(u"message"_s, message);
-        status.insert(u"progress"_s, progress);
+        status.insert(kQFExportStatusMessageKey.toString(), message);
+        status.insert(kQFExportStatusProgressKey.toString(), progress);
     }
-    post(u"com.corvale.quillfern.plugin.exportstatus"_s, status);
+    post(kQFPluginExportStatusNotification, status);
 }
 
 void QFAbstractPlugin::broadcastMediaChanged()
 {
-    post(u"com.corvale.quillfern.media.changed"_s, weakly(d->document));
+    post(kQFMediaChangedNotification, weakly(d->document));
 }
 
 void QFAbstractPlugin::broadcastPluginSettingsRequest()
 {
-    post(u"com.corvale.quillfern.plugin.pagesettingsrequest"_s, weakly(this));
+    post(kQFPluginSettingsRequestNotification, weakly(this));
 }
 
 QStringList QFAbstractPlugin::directoryContents(const QString &folder) const

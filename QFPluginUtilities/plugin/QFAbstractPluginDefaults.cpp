@@ -11,7 +11,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-const QString kPlugins = u"Plugins"_s;
+constexpr QStringView kPlugins = u"Plugins";
 
 QVariantMap hostDomain()
 {
@@ -19,14 +19,25 @@ QVariantMap hostDomain()
 }
 
 /// Empty also where something other than a dictionary is stored; writing then replaces that.
-QVariantMap dictionaryIn(const QVariantMap &dictionary, const QString &key)
+QVariantMap dictionaryIn(const QVariantMap &dictionary, QStringView key)
 {
-    return dictionaryValue(dictionary.value(key)).value_or(QVariantMap());
+    return dictionaryValue(dictionary.value(key.toString())).value_or(QVariantMap());
 }
 
-bool isWritten(const QVariantMap &domain)
+/// Changes one entry of what is stored for plug-ins. False when it cannot be stored.
+bool storeDefaults(const QString &name, const QVariant &defaults)
 {
     NSUserDefaults &preferences = NSUserDefaults::standardUserDefaults();
+    preferences.synchronize(); // so that entries which another process has made stay
+    QVariantMap domain = hostDomain();
+    if (domain.isEmpty())
+        return true; // meant so: a host that keeps no preferences is not given any
+    QVariantMap plugins = dictionaryIn(domain, kPlugins);
+    if (isNil(defaults))
+        plugins.remove(name);
+    else
+        plugins.insert(name, defaults);
+    domain.insert(kPlugins.toString(), plugins);
     return preferences.setPersistentDomain(domain, NSUserDefaults::mainIdentifier()) &&
            preferences.synchronize();
 }
@@ -44,16 +55,8 @@ void QFAbstractPlugin::setPluginDefaults(const QVariant &defaults)
     const QString name = pluginNameOf(*this);
     if (name.isEmpty())
         return;
-    QVariantMap domain = hostDomain();
-    if (domain.isEmpty())
-        return; // meant so: a host that keeps no preferences is not given any
-    QVariantMap plugins = dictionaryIn(domain, kPlugins);
-    if (isNil(defaults))
-        plugins.remove(name);
-    else
-        plugins.insert(name, defaults);
-    domain.insert(kPlugins, plugins);
-    if (!isWritten(domain))
+    const bool isDefaults = isNil(defaults) || dictionaryValue(defaults);
+    if (!isDefaults || !storeDefaults(name, defaults))
         logFailure(qfPluginLog(), u"plugin-defaults"_s,
                    formatted(u"Failed to save plugin defaults for %@", {name}));
 }

@@ -7,6 +7,7 @@
 #include "platform/QFReport.h"
 #include "platform/Values.h"
 #include "plugin/QFAbstractPluginPrivate.h"
+#include "plugin/QFPluginRecords.h"
 
 using namespace Qt::StringLiterals;
 
@@ -14,10 +15,10 @@ namespace {
 
 constexpr QByteArrayView kPopulate = "populatePluginSettings";
 
-void insertUnlessNil(QVariantMap &record, const QString &key, const QVariant &value)
+void insertUnlessNil(QVariantMap &record, QStringView key, const QVariant &value)
 {
     if (!isNil(value))
-        record.insert(key, value);
+        record.insert(key.toString(), value);
 }
 
 void logNotApplied(const QString &reason)
@@ -34,8 +35,8 @@ void applyEntry(QObject *plugin, const QString &key, const QVariant &entry)
         logNotApplied(u"the entry '"_s + key + u"' is no dictionary"_s);
         return;
     }
-    const QVariant value = setting->value(u"value"_s);
-    if (!boolValue(setting->value(u"enabled"_s)) || isNil(value))
+    const QVariant value = setting->value(kQFPluginSettingValueKey.toString());
+    if (!boolValue(setting->value(kQFPluginSettingEnabledKey.toString())) || isNil(value))
         return;
     QString reason;
     if (!NSKeyValueCoding::setValueForKey(plugin, key, value, &reason))
@@ -50,11 +51,11 @@ QVariantMap QFAbstractPlugin::pluginSettingsValueForDisplay(const QString &displ
     QVariantMap entry;
     if (isNil(value))
         return entry;
-    entry.insert(u"value"_s, value);
+    entry.insert(kQFPluginSettingValueKey.toString(), value);
     if (display.isNull())
         return entry;
-    entry.insert(u"display"_s, display);
-    entry.insert(u"enabled"_s, true);
+    entry.insert(kQFPluginSettingDisplayKey.toString(), display);
+    entry.insert(kQFPluginSettingEnabledKey.toString(), true);
     return entry;
 }
 
@@ -63,15 +64,15 @@ QVariant QFAbstractPlugin::pluginSettings()
     if (!respondsTo(this, kPopulate, 0))
         return {};
     QVariantMap record;
-    insertUnlessNil(record, u"uniqueID"_s, d->uniqueID);
-    insertUnlessNil(record, u"name"_s, pluginNameOf(*this));
-    insertUnlessNil(record, u"settings"_s, send(this, kPopulate));
+    insertUnlessNil(record, kQFPluginSettingsUniqueIDKey, d->uniqueID);
+    insertUnlessNil(record, kQFPluginSettingsNameKey, pluginNameOf(*this));
+    insertUnlessNil(record, kQFPluginSettingsSettingsKey, send(this, kPopulate));
     return record;
 }
 
 void QFAbstractPlugin::setPluginSettings(const QVariantMap &record)
 {
-    const QVariant stored = record.value(u"settings"_s);
+    const QVariant stored = record.value(kQFPluginSettingsSettingsKey.toString());
     if (isNil(stored))
         return;
     const std::optional<QVariantMap> settings = dictionaryValue(stored);
@@ -87,9 +88,9 @@ void QFAbstractPlugin::setPluginSettings(const QVariantMap &record)
 
 bool QFAbstractPlugin::acceptsPluginSettings(const QVariantMap &record)
 {
-    if (sameString(stringValue(record.value(u"uniqueID"_s)), d->uniqueID))
+    if (sameString(stringValue(record.value(kQFPluginSettingsUniqueIDKey.toString())), d->uniqueID))
         return false;
-    return sameString(stringValue(record.value(u"name"_s)), pluginNameOf(*this));
+    return sameString(stringValue(record.value(kQFPluginSettingsNameKey.toString())), pluginNameOf(*this));
 }
 
 bool QFAbstractPlugin::providesPluginSettings()

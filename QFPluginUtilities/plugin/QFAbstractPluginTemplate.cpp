@@ -9,6 +9,7 @@
 #include "platform/Values.h"
 #include "plugin/QFAbstractPluginPrivate.h"
 #include "plugin/QFExportParams.h"
+#include "plugin/QFPluginRecords.h"
 #include "text/QFStrings.h"
 
 using namespace Qt::StringLiterals;
@@ -42,24 +43,33 @@ QString higherBy(qint64 correction, const QString &path)
     return u"../"_s.repeated(qBound(qint64(0), correction, kDeepestCorrection)) + path;
 }
 
+QString addressOfThemeFile(const QString &file, const QVariantMap &params, qint64 correction)
+{
+    const QFExportParams exportParams(params);
+    const QString common = exportParams.exportPathToCommonThemeFiles();
+    if (exportParams.exportCommonPathsAreAbsolute())
+        return common.endsWith(u'/') ? common + file : common + u'/' + file;
+    if (exportParams.exportCommonPathsAreRelatve())
+        return higherBy(correction, joinedComponents(common, file));
+    return higherBy(correction, file);
+}
+
 /// Writes what stands in a page's head, piece after piece without anything between them.
 class HeadMarkup
 {
 public:
-    HeadMarkup(const QFAbstractPlugin &plugin, const QVariantMap &params) : _plugin(plugin), _params(params)
-    {
-    }
+    explicit HeadMarkup(const QVariantMap &params) : _params(params) {}
 
     void addStyleSheet(const QString &file, qint64 correction)
     {
         _markup += u"<link rel=\"stylesheet\" type=\"text/css\" href=\""_s;
-        _markup += _plugin.pathToThemeFile(file, _params, correction);
+        _markup += addressOfThemeFile(file, _params, correction);
         _markup += u"\" />"_s;
     }
     void addScript(const QString &file, qint64 correction)
     {
         _markup += u"<script type=\"text/javascript\" src=\""_s;
-        _markup += _plugin.pathToThemeFile(file, _params, correction);
+        _markup += addressOfThemeFile(file, _params, correction);
         _markup += u"\"></script>"_s;
     }
     /// The text stored under `key` between `start` and `end`, verbatim; nothing where it is empty or missing.
@@ -76,7 +86,6 @@ public:
     [[nodiscard]] const QString &markup() const { return _markup; }
 
 private:
-    const QFAbstractPlugin &_plugin;
     const QVariantMap &_params;
     QString _markup;
 };
@@ -138,7 +147,7 @@ QString replacedPlaceholders(const QString &text, const QString &markup)
 
 QVariantMap namedRecord(const QString &name)
 {
-    return name.isNull() ? QVariantMap() : QVariantMap{{u"name"_s, name}};
+    return name.isNull() ? QVariantMap() : QVariantMap{{kQFSubpageNameKey.toString(), name}};
 }
 
 } // namespace
@@ -146,18 +155,12 @@ QVariantMap namedRecord(const QString &name)
 QString QFAbstractPlugin::pathToThemeFile(const QString &file, const QVariantMap &params,
                                           qint64 correction) const
 {
-    const QFExportParams exportParams(params);
-    const QString common = exportParams.exportPathToCommonThemeFiles();
-    if (exportParams.exportCommonPathsAreAbsolute())
-        return common.endsWith(u'/') ? common + file : common + u'/' + file;
-    if (exportParams.exportCommonPathsAreRelatve())
-        return higherBy(correction, joinedComponents(common, file));
-    return higherBy(correction, file);
+    return addressOfThemeFile(file, params, correction);
 }
 
 QString &QFAbstractPlugin::updatePageTemplate(QString &pageTemplate, const QVariantMap &params, qint64 depth)
 {
-    HeadMarkup head(*this, params);
+    HeadMarkup head(params); // the theme, which is asked for files, may destroy this plug-in
     head.addStyleSheet(u"styles.css"_s, depth);
     addColourTagFiles(head, params);
     addVariations(head, params);
@@ -184,7 +187,8 @@ QVariantMap QFAbstractPlugin::contentOnlySubpageWithHTML(const QString &HTML, co
 {
     QVariantMap record = namedRecord(name);
     if (!HTML.isNull())
-        record.insert(u"substitutions"_s, QVariantMap{{u"content"_s, HTML}});
+        record.insert(kQFSubpageSubstitutionsKey.toString(),
+                      QVariantMap{{kQFSubpageContentKey.toString(), HTML}});
     return record;
 }
 
@@ -192,7 +196,7 @@ QVariantMap QFAbstractPlugin::contentOnlySubpageWithEntireHTML(const QString &HT
 {
     QVariantMap record = namedRecord(name);
     if (!HTML.isNull())
-        record.insert(u"entirehtml"_s, HTML);
+        record.insert(kQFSubpageEntireHTMLKey.toString(), HTML);
     return record;
 }
 
@@ -200,7 +204,7 @@ QVariantMap QFAbstractPlugin::contentOnlySubpageWithData(const QVariant &data, c
 {
     QVariantMap record = namedRecord(name);
     if (!isNil(data))
-        record.insert(u"contentdata"_s, data);
+        record.insert(kQFSubpageContentDataKey.toString(), data);
     return record;
 }
 
@@ -209,6 +213,6 @@ QVariantMap QFAbstractPlugin::customSubpageWithData(const QVariant &data, const 
 {
     QVariantMap record = contentOnlySubpageWithData(data, name);
     if (!destination.isNull())
-        record.insert(u"destination"_s, destination);
+        record.insert(kQFSubpageDestinationKey.toString(), destination);
     return record;
 }

@@ -137,6 +137,7 @@ QString QFPluginClass::tempFilesDirectoryForUniqueID(const QString &name, const 
 void QFPluginClass::_createFolder(const QString &path)
 {
     const QByteArray name = systemPath(path);
-    if (!isAnythingAt(name) && !makeFolder(name))
+    // Looked at again, since another process may just have made it.
+    if (!isAnythingAt(name) && !makeFolder(name) && !isAnythingAt(name))
         logNotCreated(path);
 }

@@ -105,16 +105,10 @@ void KeyValueCodingTest::writes()
 void KeyValueCodingTest::refusesToWrite()
 {
     Settings settings;
-    const QList<std::pair<QString, QVariant>> refused = {{u"unknown"_s, 1},
-                                                         {u"fixed"_s, 1},
-                                                         {u"brittle"_s, 1},
-                                                         {u"computed"_s, u"x"_s},
-                                                         {u"count"_s, {}},
-                                                         {u"count"_s, u"5"_s},
-                                                         {u"count"_s, qint64(1) << 40},
-                                                         {u"name"_s, 5},
-                                                         {u"name"_s, QUrl()},
-                                                         {u"partner"_s, u"x"_s}};
+    const QList<std::pair<QString, QVariant>> refused = {
+        {u"unknown"_s, 1},       {u"name\0x"_s, u"x"_s}, {u"fixed"_s, 1},       {u"brittle"_s, 1},
+        {u"computed"_s, u"x"_s}, {u"count"_s, {}},       {u"count"_s, u"5"_s},  {u"count"_s, qint64(1) << 40},
+        {u"name"_s, 5},          {u"name"_s, QUrl()},    {u"partner"_s, u"x"_s}};
     for (const auto &[key, value] : refused)
         QVERIFY2(!setValueForKey(&settings, key, value), qPrintable(key));
     QVERIFY(!setValueForKey(nullptr, u"name"_s, u"x"_s));

@@ -22,6 +22,7 @@ private Q_SLOTS:
     void searchesDomainsInOrder();
     void keepsWhatWasSet();
     void keepsDamagedFilesAside();
+    void keepsADamagedFileAsideOnce();
     void staysInItsFolder_data();
     void staysInItsFolder();
     void saysWhenItCannotWrite();
@@ -96,6 +97,26 @@ void NSUserDefaultsTest::keepsDamagedFilesAside()
     QFile kept(_path + u"/app.plist.damaged-2"_s);
     QVERIFY(kept.open(QIODevice::ReadOnly));
     QCOMPARE(kept.readAll(), QByteArray("<plist><array/></plist>"));
+}
+
+void NSUserDefaultsTest::keepsADamagedFileAsideOnce()
+{
+    QVERIFY(QDir().mkpath(_path));
+    QFile broken(file(u"app"_s));
+    QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("bplist00 cut o") > 0);
+    broken.close();
+    // As if in two processes, both of which have met the damaged file.
+    NSUserDefaults first(_path, u"app"_s);
+    NSUserDefaults second(_path, u"app"_s);
+    first.setObject(1, u"first"_s);
+    second.setObject(2, u"second"_s);
+    std::thread other([&] { first.synchronize(); });
+    QVERIFY(second.synchronize());
+    other.join();
+    QCOMPARE(NSUserDefaults(_path, u"app"_s).persistentDomainForName(u"app"_s).size(),
+             1); // the last one wins
+    QCOMPARE(QDir(_path).entryList(QDir::Files | QDir::Hidden),
+             (QStringList{u"app.plist"_s, u"app.plist.damaged"_s}));
 }
 
 void NSUserDefaultsTest::staysInItsFolder_data()

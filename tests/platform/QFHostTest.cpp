@@ -32,6 +32,8 @@ public:
     Q_INVOKABLE QVariant pageFromUniqueID(const QString &) { return odd; }
     Q_INVOKABLE QVariant pathFromPage(const QVariantMap &) { return odd; }
     Q_INVOKABLE QVariant pageFilesFolderName(const QString &) { return odd; }
+    Q_INVOKABLE QVariant fileNameOrSaveToFileName() { return odd; }
+    Q_INVOKABLE QVariant colourTagFiles() { return odd; }
     Q_INVOKABLE QVariant internalPageLinkFileMapper(const QString &) { return odd; }
 };
 
@@ -112,8 +114,10 @@ void QFHostTest::takesAnswersOfWrongTypesAsNil()
     QVERIFY(!QFHost::isExternalPage(&host));
     for (const QString &text :
          {QFHost::uniqueID(&host), QFHost::externalPageURL(&host), QFHost::pathFromPage(&host, {}, {}, 0),
-          QFHost::pageFilesFolderName(&host, {}), QFHost::imageFormat(&host), QFHost::filenameExt(&host)})
+          QFHost::pageFilesFolderName(&host, {}), QFHost::imageFormat(&host), QFHost::filenameExt(&host),
+          QFHost::fileNameOrSaveToFileName(&host)})
         QVERIFY(text.isNull());
+    QCOMPARE(QFHost::colourTagFiles(&host).size(), odd.toList().size()); // a list is all right there
     QVERIFY(QFHost::internalPageLinkFileMapper(&host, u"s"_s)->isNull());
 }
 

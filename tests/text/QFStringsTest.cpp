@@ -20,6 +20,12 @@ private Q_SLOTS:
     void replacesCanonicalEquivalents_data();
     void replacesCanonicalEquivalents();
     void replacesFromALongTextInReasonableTime();
+    void tellsValidFilenames_data();
+    void tellsValidFilenames();
+    void makesSafeFilenames_data();
+    void makesSafeFilenames();
+    void tidiesSeparators();
+    void summarizesNothing();
 };
 
 void QFStringsTest::escapesForXML_data()
@@ -134,6 +140,69 @@ void QFStringsTest::replacesFromALongTextInReasonableTime()
     QString text = u"e"_s + QString(1000000, QChar(u'\u0301')) + u"\u00E9"_s;
     QCOMPARE(QFStringUtilities::replaceOccurrencesOfString(text, u"\u00E9"_s, u"x"_s), 1);
     QCOMPARE(text.size(), 1000002);
+}
+
+void QFStringsTest::tellsValidFilenames_data()
+{
+    QTest::addColumn<QString>("path");
+    QTest::addColumn<bool>("valid");
+    QTest::newRow("blank") << u"my page.html"_s << true;
+    QTest::newRow("all kinds") << u"a_B-9.d"_s << true;
+    QTest::newRow("empty") << u""_s << true;
+    QTest::newRow("parent folder") << u".."_s << true;
+    QTest::newRow("only the last component counts") << u"dir/x?y/ok.html"_s << true;
+    QTest::newRow("trailing slash") << u"dir/x?y/"_s << false;
+    QTest::newRow("root") << u"/"_s << false;
+    QTest::newRow("beyond ASCII") << u"é.html"_s << false;
+    QTest::newRow("plus") << u"a+b.html"_s << false;
+    QTest::newRow("NUL") << u"a\0b"_s << false;
+    QTest::newRow("lone surrogate") << u"a\xD800"_s << false;
+}
+
+void QFStringsTest::tellsValidFilenames()
+{
+    QFETCH(QString, path);
+    QTEST(QFStringUtilities::validWebFilename(path), "valid");
+}
+
+void QFStringsTest::makesSafeFilenames_data()
+{
+    QTest::addColumn<QString>("text");
+    QTest::addColumn<QString>("safe");
+    QTest::newRow("words") << u"Café Menu"_s << u"caf00e9-menu"_s;
+    QTest::newRow("slashes are units like others") << u"x/Y"_s << u"x002fy"_s;
+    QTest::newRow("surrogate halves") << u"\U0001F600"_s << u"d83dde00"_s;
+    QTest::newRow("NUL and a letter that has no lower case") << u"\0\u0130"_s << u"00000130"_s;
+    QTest::newRow("dots stay") << u".."_s << u".."_s;
+    QTest::newRow("unsafe only") << u"  ++"_s << u"--002b002b"_s;
+    QTest::newRow("empty") << u""_s << u""_s;
+    QTest::newRow("long") << QString(1000000, u'é') << u"00e9"_s.repeated(1000000);
+}
+
+void QFStringsTest::makesSafeFilenames()
+{
+    QFETCH(QString, text);
+    QTEST(QFStringUtilities::stringEscapedForFilename(text), "safe");
+}
+
+void QFStringsTest::tidiesSeparators()
+{
+    QCOMPARE(QFStringUtilities::stripRepeatedPathSeparators(u"a///b//c"_s), u"a/b/c"_s);
+    QCOMPARE(QFStringUtilities::stripRepeatedPathSeparators(u"//a/"_s), u"/a/"_s);
+    QCOMPARE(QFStringUtilities::stripRepeatedPathSeparators(u"http://a"_s), u"http:/a"_s);
+    for (QString path : {u""_s, u"dir"_s, u"dir/"_s, u"/"_s}) {
+        const QString expected = path.endsWith(u'/') ? path : QString(path + u'/');
+        QFStringUtilities::appendForwardSlash(path);
+        QCOMPARE(path, expected);
+    }
+}
+
+void QFStringsTest::summarizesNothing()
+{
+    quint64 sentences = 3;
+    QVERIFY(QFStringUtilities::summarizeToSentences(u"One. Two."_s, &sentences).isNull());
+    QVERIFY(QFStringUtilities::summarizeToSentences({}).isNull());
+    QCOMPARE(sentences, quint64(3));
 }
 
 QTEST_APPLESS_MAIN(QFStringsTest)

@@ -148,6 +148,9 @@ void QfTest::changesText_data()
     row({u"entities"_s}, "<é>", "<&eacute;>");
     row({u"entities"_s, u"--all"_s}, "<é>", "&lt;&eacute;&gt;");
     row({u"encode"_s, u"0x0201"_s}, "é€", "\xE9&#8364;");
+    row({u"filename"_s}, "Café Menu", "caf00e9-menu");
+    row({u"valid-filename"_s}, "x?/a b.html", "true");
+    row({u"strip-separators"_s}, "a///b", "a/b");
     row({u"encode"_s, u"1536"_s}, "é", "&#233;");
 }
 
@@ -159,6 +162,8 @@ void QfTest::changesText()
     QTEST(ended.output, "output");
     QCOMPARE(ended.code, 0);
     QCOMPARE(qf(QStringList{u"text"_s} + operation, "\xED\xA0\x80").code, 1); // no UTF-8
+    const Ended denied = qf({u"text"_s, u"valid-filename"_s}, "a+b");
+    QVERIFY(denied.output == "false" && denied.code == 0);
 }
 
 void QfTest::exportsWithOptions_data()
