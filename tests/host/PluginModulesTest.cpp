@@ -37,7 +37,7 @@ QHash<QString, QString> listed(const QStringList &folders)
     QProcess qf;
     QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
     environment.insert(u"QF_PLUGIN_PATH"_s, folders.join(u':'));
-    environment.insert(u"QF_PLUGIN_TIMEOUT"_s, u"2000"_s);
+    environment.insert(u"QF_PLUGIN_TIMEOUT"_s, u"3000"_s);
     qf.setProcessEnvironment(environment);
     qf.start(QStringLiteral(QF_PROGRAM), {u"plugins"_s, u"--json"_s});
     if (!qf.waitForFinished(60000) || qf.exitStatus() != QProcess::NormalExit || qf.exitCode() != 0)

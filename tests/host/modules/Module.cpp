@@ -1,6 +1,7 @@
 #include "plugin/QFAbstractPlugin.h"
 #include "plugin/QFPluginClass.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <stdexcept>
 
@@ -42,11 +43,8 @@ public:
     Page()
     {
         if constexpr (kFault == CrashesInInstance)
-            *reinterpret_cast<volatile int *>(volatileZero) = 1;
+            std::raise(SIGSEGV);
     }
-
-private:
-    volatile quintptr volatileZero = 0;
 };
 
 } // namespace
