@@ -20,7 +20,7 @@ Family familyOf(const QVariant &value)
         return Family::Nil;
     if (isNumber(value))
         return Family::Number;
-    if (value.metaType().flags() & QMetaType::PointerToQObject)
+    if (value.metaType().flags() & (QMetaType::PointerToQObject | QMetaType::TrackingPointerToQObject))
         return Family::Object;
     switch (value.typeId()) {
     case QMetaType::QString:

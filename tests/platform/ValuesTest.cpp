@@ -39,6 +39,8 @@ private Q_SLOTS:
         row("nested, other key", QVariantMap{{u"k"_s, 1}}, QVariantMap{{u"l"_s, 1}}, false);
         row("same object", QVariant::fromValue(attachment), QVariant::fromValue(attachment), true);
         row("equal objects", QVariant::fromValue(attachment), QVariant::fromValue(another), false);
+        row("object held weakly", QVariant::fromValue<QObject *>(this),
+            QVariant::fromValue(QPointer<QObject>(this)), true);
         row("equal colours", QVariant::fromValue(NSColor::blackColor()),
             QVariant::fromValue(NSColor::blackColor()), true);
     }

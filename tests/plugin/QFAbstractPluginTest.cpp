@@ -124,6 +124,11 @@ void QFAbstractPluginTest::postsNotifications()
     QList<NSNotification> heard;
     NSNotificationCenter::defaultCenter().addObserver(
         &observer, {}, {}, [&](const NSNotification &notification) { heard.append(notification); });
+    int own = 0;
+    NSNotificationCenter::defaultCenter().addObserver(&observer, {}, QVariant::fromValue(&plugin),
+                                                      [&](const NSNotification &) { ++own; });
+    QFAbstractPlugin().broadcastPluginChanged();
+    heard.clear();
     plugin.broadcastPluginChanged();
     plugin.broadcastPluginChangedInvert();
     plugin.broadcastPluginSettingsRequest();
@@ -145,6 +150,7 @@ void QFAbstractPluginTest::postsNotifications()
                                  prefix + u"plugin.exportstatus"_s}));
     for (int i = 0; i < 3; ++i)
         QCOMPARE(objectValue(heard[i].object), &plugin);
+    QCOMPARE(own, 3); // of an observer of this plug-in only
     QVERIFY(isNil(heard[3].object));
     QCOMPARE(objectValue(heard[4].object), &document);
     const QVariantMap status = heard[5].object.toMap();
