@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <optional>
 
 #include <fcntl.h>
@@ -132,7 +131,7 @@ QString PluginTrial::faultOf(const QString &file)
 {
     std::array<int, 2> pipe{};
     if (::pipe2(pipe.data(), O_CLOEXEC) != 0)
-        return u"it could not be tried out ("_s + QString::fromLocal8Bit(std::strerror(errno)) + u')';
+        return u"it could not be tried out ("_s + qt_error_string(errno) + u')';
     const pid_t copy = ::fork();
     if (copy == 0)
         tryOut(file, pipe[1]);
