@@ -1,5 +1,7 @@
 #include "host/ContainedPath.h"
 
+#include "host/ReadFiles.h"
+
 #include <QDir>
 #include <QFileInfo>
 
@@ -21,6 +23,7 @@ QString containedPath(const QString &folder, const QString &name)
     if (canonicalFolder.isEmpty())
         return {};
     const QFileInfo file(QDir(canonicalFolder).filePath(QDir::cleanPath(name)));
+    ReadFiles::note(file.filePath());
     const QString target = file.canonicalFilePath();
     const QString parent = QFileInfo(file.path()).canonicalFilePath();
     if (target.isEmpty() || parent.isEmpty() || !liesInside(target, canonicalFolder))

@@ -3,6 +3,7 @@
 #include "export/NSAttributedString+QFTextViewExtensions.h"
 #include "host/HTMLImporter.h"
 #include "host/MarkdownImporter.h"
+#include "host/ReadFiles.h"
 #include "host/StyledTextJSON.h"
 
 #include <QFile>
@@ -150,8 +151,10 @@ DocumentResult DocumentReader::readBytes(const QByteArray &bytes, const QString 
 
 DocumentResult DocumentReader::read(const QString &path)
 {
-    QFile file(path);
     const bool isStandardInput = path == u"-";
+    if (!isStandardInput)
+        ReadFiles::note(path);
+    QFile file(path);
     const bool isOpen =
         isStandardInput ? file.open(stdin, QIODevice::ReadOnly) : file.open(QIODevice::ReadOnly);
     if (!isStandardInput && QFileInfo(path).isDir())

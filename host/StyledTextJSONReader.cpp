@@ -1,4 +1,5 @@
 #include "host/ContainedPath.h"
+#include "host/JSONFile.h"
 #include "host/StyledTextJSON.h"
 #include "host/StyledTextJSONValues.h"
 
@@ -27,14 +28,6 @@ constexpr qint64 kMaximumAttachedBytes = qint64(1) << 30;
 constexpr qsizetype kMaximumNames = 256;
 constexpr qsizetype kMaximumNameLength = 256;
 constexpr qsizetype kMaximumLength = std::numeric_limits<quint32>::max();
-
-QString positionOf(const QByteArray &bytes, qsizetype offset)
-{
-    const QByteArrayView before = QByteArrayView(bytes).first(std::clamp<qsizetype>(offset, 0, bytes.size()));
-    const qsizetype line = before.count('\n') + 1;
-    const qsizetype column = offset - before.lastIndexOf('\n');
-    return u"line "_s + QString::number(line) + u", column "_s + QString::number(column);
-}
 
 /// Bytes that a file or folder takes in memory, about.
 qint64 sizeOf(const NSFileWrapper &file)
@@ -429,7 +422,8 @@ DocumentResult StyledTextJSON::read(const QByteArray &bytes, const QString &base
     QJsonParseError error;
     const QJsonDocument document = QJsonDocument::fromJson(bytes, &error);
     if (error.error != QJsonParseError::NoError)
-        return DocumentResult::failure(positionOf(bytes, error.offset) + u": "_s + error.errorString());
+        return DocumentResult::failure(JSONFile::positionOf(bytes, error.offset) + u": "_s +
+                                       error.errorString());
     if (!document.isObject())
         return DocumentResult::failure(u"the top level must be an object"_s);
     return Reader(baseFolder).read(document.object());

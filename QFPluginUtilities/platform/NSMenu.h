@@ -6,6 +6,10 @@
 #include <QString>
 #include <QVariant>
 
+#include <memory>
+
+struct NSMenu;
+
 /// One entry of a menu, as data: a window shows it and sends `action` to whoever answers it.
 struct NSMenuItem
 {
@@ -14,6 +18,7 @@ struct NSMenuItem
     QString keyEquivalent; ///< empty for none
     QVariant representedObject;
     NSAttributedString attributedTitle; ///< empty unless the title is drawn in fonts of its own
+    std::shared_ptr<NSMenu> submenu;    ///< nullptr for none
     bool isSeparatorItem = false;
 
     [[nodiscard]] static NSMenuItem separatorItem()

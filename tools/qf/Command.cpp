@@ -68,25 +68,6 @@ int writeOutput(const QByteArray &bytes, const QString &path)
     return Done;
 }
 
-QByteArray utf8WithReferences(const QString &text)
-{
-    if (text.isValidUtf16())
-        return text.toUtf8();
-    QByteArray bytes;
-    qsizetype copied = 0;
-    for (qsizetype i = 0; i < text.size(); ++i) {
-        const QChar unit = text.at(i);
-        if (unit.isHighSurrogate() && i + 1 < text.size() && text.at(i + 1).isLowSurrogate()) {
-            ++i;
-        } else if (unit.isSurrogate()) {
-            bytes += QStringView(text).mid(copied, i - copied).toUtf8();
-            bytes += "&#" + QByteArray::number(unit.unicode()) + ';';
-            copied = i + 1;
-        }
-    }
-    return bytes + QStringView(text).mid(copied).toUtf8();
-}
-
 void printLosses(const QFReport &report)
 {
     qsizetype count = 0;

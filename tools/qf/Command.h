@@ -13,6 +13,8 @@ enum ExitCode : int { Done = 0, Failed = 1, WrongUsage = 2 };
 
 // The commands. `arguments` starts with the command's own name.
 int runExport(const QStringList &arguments);
+int runBuild(const QStringList &arguments);
+int runCheck(const QStringList &arguments);
 int runConvert(const QStringList &arguments);
 int runImage(const QStringList &arguments);
 int runMetadata(const QStringList &arguments);
@@ -34,10 +36,6 @@ int failed(const QString &sentence);
 /// Bytes out exactly: to standard output for "-" or nil, else into a file, which is replaced whole or not at
 /// all; devices and pipes are written to. An exit code.
 [[nodiscard]] int writeOutput(const QByteArray &bytes, const QString &path);
-
-/// The text as UTF-8. Halves of surrogate pairs that stand alone, which UTF-8 cannot hold, become decimal
-/// references.
-[[nodiscard]] QByteArray utf8WithReferences(const QString &text);
 
 /// Notes about what was left out without a log line, at most twenty of them.
 void printLosses(const QFReport &report);

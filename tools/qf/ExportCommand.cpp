@@ -3,15 +3,13 @@
 
 #include "export/CVHTML.h"
 #include "host/DocumentReader.h"
+#include "host/TextFile.h"
 #include "platform/NSFont.h"
 #include "platform/NSUserDefaults.h"
 #include "platform/QFReport.h"
 
 #include <QDir>
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonObject>
-#include <QStringDecoder>
 
 #include <array>
 #include <cmath>
@@ -171,14 +169,9 @@ QString readOptions(const QCommandLineParser &parser, ExportOptions &options)
 /// Reads a template or page into `text`; an error sentence when that fails.
 QString readMarkup(const QString &path, QString &text)
 {
-    QFile file(path);
-    if (QFileInfo(path).isDir() || !file.open(QIODevice::ReadOnly))
-        return path + u": cannot be read"_s;
-    QStringDecoder decoder(QStringConverter::Utf8);
-    text = decoder.decode(file.readAll());
-    if (file.error() != QFile::NoError)
-        return path + u": "_s + file.errorString();
-    return decoder.hasError() ? path + u": is not UTF-8"_s : QString();
+    const TextFile file = TextFile::read(path);
+    text = file.text;
+    return file.error;
 }
 
 QString readMarkup(const QCommandLineParser &parser, ExportOptions &options)

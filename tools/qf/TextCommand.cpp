@@ -1,5 +1,6 @@
 #include "tools/qf/Command.h"
 
+#include "host/TextFile.h"
 #include "text/QFCharacterConverter.h"
 #include "text/QFStrings.h"
 

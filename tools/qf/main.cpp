@@ -21,6 +21,8 @@ constexpr const char *kHelp = R"(Usage: qf COMMAND [arguments]
   movie      the size of a movie; flatten it so that it plays while it loads
   text       escape and encode text
   new        a page plug-in or a site to start from
+  build      a whole site, by its pages' plug-ins
+  check      what is wrong with a site
   plugins    the page plug-ins that there are
 
 qf COMMAND --help says more; qf --version prints the version.
@@ -32,14 +34,16 @@ struct Command
     int (*run)(const QStringList &arguments);
 };
 
-constexpr std::array<Command, 8> kCommands{{{u"export", runExport},
-                                            {u"convert", runConvert},
-                                            {u"image", runImage},
-                                            {u"metadata", runMetadata},
-                                            {u"movie", runMovie},
-                                            {u"text", runText},
-                                            {u"new", runNew},
-                                            {u"plugins", runPlugins}}};
+constexpr std::array<Command, 10> kCommands{{{u"export", runExport},
+                                             {u"convert", runConvert},
+                                             {u"image", runImage},
+                                             {u"metadata", runMetadata},
+                                             {u"movie", runMovie},
+                                             {u"text", runText},
+                                             {u"new", runNew},
+                                             {u"build", runBuild},
+                                             {u"check", runCheck},
+                                             {u"plugins", runPlugins}}};
 
 /// What the library logs, as plain lines.
 void printMessage(QtMsgType type, const QMessageLogContext &, const QString &message)

@@ -1,0 +1,403 @@
+#include "host/build/PageBuilder.h"
+
+#include "host/ReadFiles.h"
+#include "host/TextFile.h"
+#include "host/build/ExtraFiles.h"
+#include "host/build/SiteNavigation.h"
+#include "host/plugins/PluginModules.h"
+#include "host/site/HostPage.h"
+#include "host/site/PluginCalls.h"
+#include "platform/DynamicMessages.h"
+#include "platform/NSNotificationCenter.h"
+#include "platform/QFReport.h"
+#include "platform/Values.h"
+#include "plugin/QFAbstractPlugin.h"
+#include "plugin/QFExportParams.h"
+#include "plugin/QFPluginClass.h"
+#include "text/QFStrings.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QDirIterator>
+#include <QPointer>
+
+#include <algorithm>
+#include <utility>
+
+using namespace Qt::StringLiterals;
+using namespace QFStringUtilities;
+
+namespace {
+
+void complain(const QString &message, const QString &file = {})
+{
+    reportLoss(u"build"_s, message, file);
+}
+
+/// What a plug-in answered for some HTML; empty for nil, and with a record for what is no text.
+QString textOf(const QVariant &answer, const QString &operation)
+{
+    if (isNil(answer))
+        return {};
+    const QString text = stringValue(answer);
+    if (text.isNull())
+        reportLoss(u"plugin"_s, u"the plug-in answered something that is no text for "_s + operation);
+    return text;
+}
+
+/// Notes what a plug-in or its kind says that it has read; false when it does not say.
+bool noteReads(QObject *speaker)
+{
+    if (!speaker || !respondsTo(speaker, "filesReadForExport", 0))
+        return false;
+    const QVariant answer = send(speaker, "filesReadForExport");
+    if (!answer.canConvert<QStringList>())
+        return false;
+    const QStringList files = answer.toStringList();
+    for (const QString &file : files) {
+        if (QDir::isAbsolutePath(file))
+            ReadFiles::note(file);
+    }
+    return true;
+}
+
+QString shownOption(QVariant option)
+{
+    return option.convert(QMetaType::fromType<QString>()) ? option.toString() : QString();
+}
+
+} // namespace
+
+/// The making of one page, or of the files that a kind shares.
+class PageBuilder::Making
+{
+public:
+    Making(PageBuilder &builder, QString folder, QString filesFolder)
+        : _builder(builder), _folder(std::move(folder)), _filesFolder(std::move(filesFolder)),
+          _staging(builder._output.stagingFolder() + u"/making-"_s +
+                   QString::number(QCoreApplication::applicationPid()))
+    {
+    }
+
+    [[nodiscard]] bool prepareStaging(const QString &filesFolderName);
+    void clearStaging() { QDir(_staging).removeRecursively(); }
+    void makePage(qsizetype index, QFAbstractPlugin *plugin);
+    void shareFiles(QFPluginClass &pluginClass, const QVariantMap &params);
+
+    PageResult result;
+
+private:
+    template <typename Call>
+    [[nodiscard]] QVariant asked(const QString &operation, Call call);
+    [[nodiscard]] QString composed(const QString &content, const QString &from, qint64 depth, bool isSubpage);
+    [[nodiscard]] QString placeholder(QStringView name, QStringView argument, const QString &content,
+                                      const QString &from);
+    [[nodiscard]] QByteArray bytesOf(const ExtraFile &extra);
+    void addExtraFiles(const QList<ExtraFile> &extras);
+    void addShared(const ExtraFile &extra);
+    void publishStagedFiles();
+    void published(const QString &path, OutputFolder::Outcome outcome, const QString &error);
+
+    PageBuilder &_builder;
+    const QString _folder;      ///< of the page, inside the published site
+    const QString _filesFolder; ///< likewise
+    const QString _staging;
+    QString _stagedFiles;
+
+    // Of a page
+    qsizetype _index = -1;
+    QPointer<QFAbstractPlugin> _plugin;
+    QVariantMap _params;
+    QString _sidebar;
+    QString _pluginHeader;
+};
+
+/// The plug-in's answer; nil when it is gone or throws.
+template <typename Call>
+QVariant PageBuilder::Making::asked(const QString &operation, Call call)
+{
+    return guardedCall(operation, [&] { return _plugin ? QVariant(call(*_plugin)) : QVariant(); });
+}
+
+bool PageBuilder::Making::prepareStaging(const QString &filesFolderName)
+{
+    _stagedFiles = _staging + u'/' + filesFolderName;
+    clearStaging();
+    if (QDir().mkpath(_stagedFiles))
+        return true;
+    complain(u"the folder for files in the making cannot be made"_s, _stagedFiles);
+    return false;
+}
+
+void PageBuilder::Making::makePage(qsizetype index, QFAbstractPlugin *plugin)
+{
+    const BuildContext &context = _builder._context;
+    const SitePage &page = context.site.pages.at(index);
+    _index = index;
+    _plugin = plugin;
+    _params = context.parameters.ofPage(page, _builder._document.page(index)->attributes(), _staging);
+    if (context.site.normaliseImages && respondsTo(_plugin, "normaliseImages", 0))
+        send(_plugin, "normaliseImages");
+
+    const qsizetype before = QFReport::current()->records().size();
+    const QVariant content = asked(u"contentHTML"_s, [&](auto &asked) { return asked.contentHTML(_params); });
+    if (isNil(content)) {
+        if (!_plugin)
+            complain(u"the plug-in destroyed itself"_s);
+        else if (QFReport::current()->records().size() == before)
+            complain(u"the plug-in answered no content"_s);
+        return;
+    }
+    const QString html = textOf(content, u"contentHTML"_s);
+    if (html.isNull())
+        return;
+    _sidebar = textOf(asked(u"sidebarHTML"_s, [&](auto &asked) { return asked.sidebarHTML(_params); }),
+                      u"sidebarHTML"_s);
+    _pluginHeader =
+        textOf(asked(u"pageContentHeaders"_s, [&](auto &asked) { return asked.pageContentHeaders(_params); }),
+               u"pageContentHeaders"_s);
+    QString prefix;
+    if (respondsTo(_plugin, "pageContentPrefix", 1))
+        prefix = textOf(send(_plugin, "pageContentPrefix", {_params}), u"pageContentPrefix"_s);
+    const QVariant extras = asked(u"extraFilesNeededInExportFolder"_s,
+                                  [&](auto &asked) { return asked.extraFilesNeededInExportFolder(_params); });
+    addExtraFiles(ExtraFiles::read(extras, _folder, page.extension, context.site.folder));
+
+    QString error;
+    const QByteArray bytes = utf8WithReferences(prefix + composed(html, _folder, page.depth(), false));
+    const OutputFolder::Outcome outcome = _builder._output.write(page.path(), bytes, error);
+    published(page.path(), outcome, error);
+    result.isDone = outcome != OutputFolder::Outcome::Failed;
+    publishStagedFiles();
+}
+
+void PageBuilder::Making::shareFiles(QFPluginClass &pluginClass, const QVariantMap &params)
+{
+    const QVariant extras = guardedCall(u"extraFilesNeededInExportFolder"_s, [&] {
+        return QVariant(pluginClass.extraFilesNeededInExportFolder(params));
+    });
+    addExtraFiles(ExtraFiles::read(extras, _folder, {}, _builder._context.site.folder));
+    publishStagedFiles();
+    result.isDone = true;
+    result.isRepeatable = isNil(extras);
+}
+
+QString PageBuilder::Making::composed(const QString &content, const QString &from, qint64 depth,
+                                      bool isSubpage)
+{
+    const BuildContext &context = _builder._context;
+    const SitePage &page = context.site.pages.at(_index);
+    QVariantMap params = _params;
+    context.parameters.addTemplateParameters(params, page, depth, &_builder._theme, &_builder._plainTheme);
+    if (isSubpage)
+        params.insert(kQFExportSubpageKey.toString(), true);
+    QString text = context.pageTemplate.marked();
+    static_cast<void>(asked(u"updatePageTemplate"_s, [&](auto &asked) {
+        asked.updatePageTemplate(text, params, depth);
+        return QVariant();
+    }));
+    return context.pageTemplate.filled(text, [&](QStringView name, QStringView argument) {
+        return placeholder(name, argument, content, from);
+    });
+}
+
+/// What stands for a placeholder on the page or a subpage, whose file lies in the folder `from`.
+QString PageBuilder::Making::placeholder(QStringView name, QStringView argument, const QString &content,
+                                         const QString &from)
+{
+    const BuildContext &context = _builder._context;
+    const SitePage &page = context.site.pages.at(_index);
+    const SiteNavigation navigation(context.site, _index, from);
+    if (name == u"content")
+        return content;
+    if (name == u"sidebar")
+        return _sidebar;
+    if (name == u"plugin_header")
+        return _pluginHeader;
+    if (name == u"title")
+        return stringEscapedForHTMLElementText(page.title);
+    if (name == u"site_title")
+        return stringEscapedForHTMLElementText(context.site.title);
+    if (name == u"language")
+        return stringEscapedForHTMLAttribute(context.site.language);
+    if (name == u"base")
+        return stringEscapedForHTMLAttribute(context.site.baseURL);
+    if (name == u"navigation")
+        return navigation.menu();
+    if (name == u"breadcrumb")
+        return navigation.breadcrumb();
+    if (name == u"previous")
+        return navigation.previous();
+    if (name == u"next")
+        return navigation.next();
+    if (name == u"home")
+        return navigation.home();
+    if (name == u"theme_path")
+        return context.parameters.isAbsolute()
+                   ? context.parameters.rootPath() + kPublishedTheme + u'/'
+                   : u"../"_s.repeated(from.isEmpty() ? 0 : from.count(u'/') + 1) + kPublishedTheme + u'/';
+    if (name == u"style")
+        return stringEscapedForFilename(context.parameters.styleOf(page));
+    if (name == u"page_id")
+        return stringEscapedForHTMLAttribute(page.id);
+    if (name == u"option")
+        return stringEscapedForHTMLAttribute(
+            shownOption(asked(u"valueForThemeSpecificOptionKey"_s, [&](auto &asked) {
+                return asked.valueForThemeSpecificOptionKey(argument.toString());
+            })));
+    return context.site.footer;
+}
+
+QByteArray PageBuilder::Making::bytesOf(const ExtraFile &extra)
+{
+    if (extra.kind == ExtraFile::Kind::Data)
+        return extra.data;
+    if (extra.kind == ExtraFile::Kind::Page || _index < 0)
+        return utf8WithReferences(extra.text);
+    const QString folder =
+        extra.destination.isNull()
+            ? _filesFolder
+            : extra.destination.left(std::max<qsizetype>(extra.destination.lastIndexOf(u'/'), 0));
+    const qint64 depth = folder.isEmpty() ? 0 : folder.count(u'/') + 1;
+    return utf8WithReferences(composed(extra.text, folder, depth, true));
+}
+
+void PageBuilder::Making::addExtraFiles(const QList<ExtraFile> &extras)
+{
+    for (const ExtraFile &extra : extras) {
+        const bool isInFilesFolder =
+            extra.destination.isNull() || extra.destination.startsWith(_filesFolder + u'/');
+        if (!isInFilesFolder) {
+            addShared(extra);
+            continue;
+        }
+        const QString path =
+            extra.destination.isNull() ? joinedPath(_filesFolder, extra.name) : extra.destination;
+        if (QFileInfo::exists(_stagedFiles + path.mid(_filesFolder.size()))) {
+            complain(u"a file of the page has the name of an extra file, which is left out"_s, path);
+            continue;
+        }
+        QString error;
+        const OutputFolder::Outcome outcome = extra.kind == ExtraFile::Kind::Copy
+                                                  ? _builder._output.copy(path, extra.source, error)
+                                                  : _builder._output.write(path, bytesOf(extra), error);
+        if (extra.kind == ExtraFile::Kind::Copy)
+            ReadFiles::note(extra.source);
+        published(path, outcome, error);
+    }
+}
+
+/// A file in a folder of which others may want a part: it is made here and published by who sees all pages.
+void PageBuilder::Making::addShared(const ExtraFile &extra)
+{
+    const QString staged = _builder._output.stagingFolder() + u"/shared-"_s +
+                           QString::number(QCoreApplication::applicationPid()) + u'-' +
+                           QString::number(_index) + u'-' + QString::number(result.shared.size());
+    QFile file(staged);
+    const QByteArray bytes = bytesOf(extra);
+    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush())
+        result.shared.append({extra.destination, staged});
+    else
+        complain(extra.destination + u": "_s + file.errorString(), extra.destination);
+}
+
+/// What the plug-in and the exporter have written into the folder of files.
+void PageBuilder::Making::publishStagedFiles()
+{
+    QStringList files;
+    QDirIterator entries(_stagedFiles, QDir::Files | QDir::Hidden | QDir::System,
+                         QDirIterator::Subdirectories);
+    while (entries.hasNext())
+        files.append(entries.next());
+    files.sort();
+    for (const QString &file : std::as_const(files)) {
+        const QString path = joinedPath(_filesFolder, file.mid(_stagedFiles.size() + 1));
+        const QFileInfo info(file);
+        QString error;
+        if (info.isSymLink() || !info.isFile())
+            complain(u"a link or device is not published"_s, path);
+        else
+            published(path, _builder._output.take(path, file, error), error);
+    }
+}
+
+void PageBuilder::Making::published(const QString &path, OutputFolder::Outcome outcome, const QString &error)
+{
+    if (outcome == OutputFolder::Outcome::Failed) {
+        complain(error, path);
+        return;
+    }
+    result.files.append(
+        {path, FileStamp::ofFile(_builder._output.pathOf(path)), outcome == OutputFolder::Outcome::Written});
+}
+
+PageBuilder::PageBuilder(const BuildContext &context, Progress progress, std::function<bool()> isCancelled)
+    : _context(context), _progress(std::move(progress)), _isCancelled(std::move(isCancelled)),
+      _document(context.site, context.modules), _output(context.output), _theme(context.theme.colourTagFiles)
+{
+    NSNotificationCenter::defaultCenter().addObserver(
+        this, u"com.corvale.quillfern.plugin.exportstatus"_s, {},
+        [this](const NSNotification &notification) { hear(notification.object.toMap()); });
+}
+
+/// What a plug-in says of its progress; a nil message says nothing.
+void PageBuilder::hear(const QVariantMap &status) const
+{
+    const QString message = stringValue(status.value(u"message"_s));
+    if (!message.isNull())
+        _progress(message, floatValue(status.value(u"progress"_s)));
+    QObject *plugin = objectValue(status.value(u"plugin"_s));
+    if (_isCancelled() && respondsTo(plugin, "cancelExport", 0))
+        send(plugin, "cancelExport");
+}
+
+PageResult PageBuilder::build(qsizetype index)
+{
+    const SitePage &page = _context.site.pages.at(index);
+    QFReport report;
+    const QFReport::Installed collecting(report);
+    const QFReport::Place here(page.id, {NSNotFound, 0});
+    const ReadFiles reads;
+    Making making(*this, page.folder, page.filesFolder());
+    static_cast<void>(_document.takeConsultedPages());
+    const QPointer<QFAbstractPlugin> plugin = _document.pluginOfPage(index);
+    if (plugin && making.prepareStaging(page.filesFolderName()))
+        making.makePage(index, plugin);
+    else if (report.records().isEmpty())
+        complain(u"there is no plug-in for the page"_s);
+    making.clearStaging();
+    // The page also depends on what the plug-ins that it asked have read.
+    const QSet<qsizetype> consulted = _document.takeConsultedPages();
+    making.result.isRepeatable = std::all_of(consulted.begin(), consulted.end(), [this](qsizetype asked) {
+        return _context.site.pages.at(asked).isExternal() || noteReads(_document.pluginOfPage(asked));
+    });
+    making.result.consulted = QList<qsizetype>(consulted.begin(), consulted.end());
+    std::sort(making.result.consulted.begin(), making.result.consulted.end());
+    _document.forgetPluginOfPage(index);
+    _document.forgetPlugins();
+    making.result.reads = QStringList(reads.paths().begin(), reads.paths().end());
+    making.result.records = report.records();
+    making.result.omittedRecords = report.omitted();
+    return std::move(making.result);
+}
+
+PageResult PageBuilder::buildSharedFiles(const QString &plugin)
+{
+    QFReport report;
+    const QFReport::Installed collecting(report);
+    const ReadFiles reads;
+    const QString folder = kPublishedPlugins + u'/' + plugin;
+    Making making(*this, folder, folder);
+    QString error;
+    QFPluginClass *pluginClass = _context.modules.pluginClass(plugin, &error);
+    SitePage asPage;
+    asPage.plugin = plugin;
+    if (pluginClass && making.prepareStaging(u"shared"_s)) {
+        making.shareFiles(*pluginClass, _context.parameters.ofPage(asPage, {}, {}));
+        making.result.isRepeatable = noteReads(pluginClass) || making.result.isRepeatable;
+    }
+    making.clearStaging();
+    making.result.reads = QStringList(reads.paths().begin(), reads.paths().end());
+    making.result.records = report.records();
+    return std::move(making.result);
+}

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "plugin/QFPluginClass.h"
+
+/// Pages of styled text.
+class StyledTextPluginClass final : public QFPluginClass
+{
+    Q_OBJECT
+    Q_PLUGIN_METADATA(IID QFPluginClass_iid FILE "QFPagePlugin.json")
+
+public:
+    bool initializeClass(const QVariant &hostObject) override;
+    [[nodiscard]] QVariant pluginsAvailable() const override;
+    [[nodiscard]] QString pluginName() const override;
+    [[nodiscard]] QString pluginAuthor() const override;
+    [[nodiscard]] QString pluginDescription() const override;
+    /// The style sheet of lists and tables and the script of movies.
+    [[nodiscard]] QVariant extraFilesNeededInExportFolder(const QVariantMap &params) override;
+    [[nodiscard]] std::unique_ptr<QFAbstractPlugin> newPlugin() override;
+};
