@@ -80,7 +80,6 @@ public:
     }
 
     [[nodiscard]] bool prepareStaging(const QString &filesFolderName);
-    void clearStaging() { QDir(_staging).removeRecursively(); }
     void makePage(qsizetype index, QFAbstractPlugin *plugin);
     void shareFiles(QFPluginClass &pluginClass, const QVariantMap &params);
 
@@ -119,10 +118,17 @@ QVariant PageBuilder::Making::asked(const QString &operation, Call call)
     return guardedCall(operation, [&] { return _plugin ? QVariant(call(*_plugin)) : QVariant(); });
 }
 
+/// The folders are kept from page to page while nothing is left in them: making and removing them would cost more than a
+/// page of text.
 bool PageBuilder::Making::prepareStaging(const QString &filesFolderName)
 {
     _stagedFiles = _staging + u'/' + filesFolderName;
-    clearStaging();
+    constexpr QDir::Filters kEverything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    const bool isClean = QDir(_staging).entryList(kEverything) == QStringList{filesFolderName} &&
+                         QDir(_stagedFiles).isEmpty(kEverything);
+    if (isClean)
+        return true;
+    QDir(_staging).removeRecursively();
     if (QDir().mkpath(_stagedFiles))
         return true;
     complain(u"the folder for files in the making cannot be made"_s, _stagedFiles);
@@ -380,7 +386,6 @@ PageResult PageBuilder::build(qsizetype index)
         making.makePage(index, plugin);
     else if (report.records().isEmpty())
         complain(u"there is no plug-in for the page"_s);
-    making.clearStaging();
     // The page also depends on what the plug-ins that it asked have read.
     const QSet<qsizetype> consulted = _document.takeConsultedPages();
     const bool hasFailures = std::any_of(report.records().begin(), report.records().end(),
@@ -416,7 +421,6 @@ PageResult PageBuilder::buildSharedFiles(const QString &plugin)
         making.shareFiles(*pluginClass, _context.parameters.ofPage(asPage, {}, {}));
         making.result.isRepeatable = noteReads(pluginClass) || making.result.isRepeatable;
     }
-    making.clearStaging();
     making.result.reads = QStringList(reads.paths().begin(), reads.paths().end());
     making.result.records = report.records();
     return std::move(making.result);
