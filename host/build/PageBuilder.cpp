@@ -118,12 +118,13 @@ QVariant PageBuilder::Making::asked(const QString &operation, Call call)
     return guardedCall(operation, [&] { return _plugin ? QVariant(call(*_plugin)) : QVariant(); });
 }
 
-/// The folders are kept from page to page while nothing is left in them: making and removing them would cost more than a
-/// page of text.
+/// The folders are kept from page to page while nothing is left in them: making and removing them would cost
+/// more than a page of text.
 bool PageBuilder::Making::prepareStaging(const QString &filesFolderName)
 {
     _stagedFiles = _staging + u'/' + filesFolderName;
-    constexpr QDir::Filters kEverything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    constexpr QDir::Filters kEverything =
+        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
     const bool isClean = QDir(_staging).entryList(kEverything) == QStringList{filesFolderName} &&
                          QDir(_stagedFiles).isEmpty(kEverything);
     if (isClean)
