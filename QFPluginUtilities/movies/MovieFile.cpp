@@ -3,12 +3,6 @@
 #include "movies/MovieAtoms.h"
 #include "movies/MovieFileInput.h"
 
-extern "C" {
-#include <libavutil/avstring.h>
-#include <libavutil/display.h>
-#include <libavutil/opt.h>
-}
-
 #include <algorithm>
 #include <cmath>
 
@@ -31,11 +25,12 @@ int refuseToOpen(AVFormatContext *, AVIOContext **, const char *, int, AVDiction
 bool isTurnedOnSide(const AVStream &stream)
 {
     size_t size = 0;
-    const uint8_t *matrix = av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
+    const uint8_t *matrix = libav().av_stream_get_side_data(&stream, AV_PKT_DATA_DISPLAYMATRIX, &size);
     if (!matrix || size < 9 * sizeof(int32_t))
         return false;
     // Not a number for a matrix that turns nothing.
-    const double angle = std::fabs(av_display_rotation_get(reinterpret_cast<const int32_t *>(matrix)));
+    const double angle =
+        std::fabs(libav().av_display_rotation_get(reinterpret_cast<const int32_t *>(matrix)));
     return angle > 45 && angle < 135;
 }
 
@@ -67,6 +62,10 @@ int64_t MovieFile::Input::seek(void *opaque, int64_t offset, int whence)
 
 std::unique_ptr<MovieFile> MovieFile::withBytes(std::unique_ptr<MovieBytes> bytes, int &error)
 {
+    if (!hasMovieLibrary()) {
+        error = AVERROR(ENOSYS);
+        return nullptr;
+    }
     const MovieLibrarySilence silence;
     std::unique_ptr<MovieFile> movie(new MovieFile);
     movie->_input = std::make_unique<Input>();
@@ -81,7 +80,7 @@ int MovieFile::open()
 {
     Input &input = *_input;
     input.stream = makeMovieStream(&input, Input::read, nullptr, Input::seek);
-    input.context = avformat_alloc_context();
+    input.context = libav().avformat_alloc_context();
     if (!input.stream || !input.context)
         return AVERROR(ENOMEM);
     input.context->pb = input.stream.get();
@@ -89,23 +88,24 @@ int MovieFile::open()
     input.context->io_open = refuseToOpen;
     input.context->probesize = kAnalysedBytes;
     input.context->max_streams = kMostTracks;
-    av_opt_set(input.context, "format_whitelist", kFormats, 0);
-    av_opt_set(input.context, "protocol_whitelist", "file", 0);
+    libav().av_opt_set(input.context, "format_whitelist", kFormats, 0);
+    libav().av_opt_set(input.context, "protocol_whitelist", "file", 0);
 
     const AVInputFormat *format = nullptr;
-    const int probed = av_probe_input_buffer2(input.stream.get(), &format, "", nullptr, 0, kProbedBytes);
+    const int probed =
+        libav().av_probe_input_buffer2(input.stream.get(), &format, "", nullptr, 0, kProbedBytes);
     if (probed < 0)
         return probed;
-    if (!av_match_list(format->name, kFormats, ','))
+    if (!libav().av_match_list(format->name, kFormats, ','))
         return AVERROR_INVALIDDATA;
-    if (av_match_list(format->name, "mov", ',')) {
+    if (libav().av_match_list(format->name, "mov", ',')) {
         const MovieAtoms atoms = MovieAtoms::of(*input.bytes, input.deadline);
         if (!atoms.isPlausible)
             return AVERROR_INVALIDDATA;
         input.isIndexFirst = atoms.isIndexFirst;
     }
     // Frees the context when it fails.
-    const int opened = avformat_open_input(&input.context, "", format, nullptr);
+    const int opened = libav().avformat_open_input(&input.context, "", format, nullptr);
     if (opened < 0)
         return opened;
     // Many headers say all about their tracks. Those of MPEG streams do not, and some codecs keep the size in
@@ -120,7 +120,7 @@ int MovieFile::analyse()
     if (_input->isAnalysed) // the media library does not survive a second time
         return 0;
     _input->isAnalysed = true;
-    return std::min(avformat_find_stream_info(_input->context, nullptr), 0);
+    return std::min(libav().avformat_find_stream_info(_input->context, nullptr), 0);
 }
 
 bool MovieFile::isPictureTrack(const AVStream &stream)
@@ -154,7 +154,7 @@ QSize MovieFile::displaySize() const
         return {};
     double width = (*track)->codecpar->width;
     const double height = (*track)->codecpar->height;
-    const AVRational aspect = av_guess_sample_aspect_ratio(&context, *track, nullptr);
+    const AVRational aspect = libav().av_guess_sample_aspect_ratio(&context, *track, nullptr);
     const double stretch = aspect.num > 0 && aspect.den > 0 ? av_q2d(aspect) : 1;
     if (stretch <= kMostStretched && stretch >= 1 / kMostStretched)
         width = std::fmax(std::round(width * stretch), 1);

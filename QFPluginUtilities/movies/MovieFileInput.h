@@ -22,7 +22,11 @@ struct MovieFile::Input
     bool isIndexFirst = false; ///< the file is in order already
 
     Input() = default;
-    ~Input() { avformat_close_input(&context); }
+    ~Input()
+    {
+        if (context)
+            libav().avformat_close_input(&context);
+    }
     Input(const Input &) = delete;
     Input &operator=(const Input &) = delete;
 

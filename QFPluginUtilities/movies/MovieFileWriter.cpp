@@ -107,12 +107,12 @@ int copyBytes(const MovieBytes &bytes, Output &output)
 
 struct FormatDeleter
 {
-    void operator()(AVFormatContext *context) const { avformat_free_context(context); }
+    void operator()(AVFormatContext *context) const { libav().avformat_free_context(context); }
 };
 using Format = std::unique_ptr<AVFormatContext, FormatDeleter>;
 struct PacketDeleter
 {
-    void operator()(AVPacket *packet) const { av_packet_free(&packet); }
+    void operator()(AVPacket *packet) const { libav().av_packet_free(&packet); }
 };
 
 /// Tracks that play, of kinds that the format holds. Time codes come along as a property of the picture.
@@ -120,7 +120,8 @@ bool isTakenOver(const AVOutputFormat *format, const AVStream &stream)
 {
     const bool isKind = MovieFile::isPictureTrack(stream) || MovieFile::isSoundTrack(stream) ||
                         stream.codecpar->codec_type == AVMEDIA_TYPE_SUBTITLE;
-    return isKind && avformat_query_codec(format, stream.codecpar->codec_id, FF_COMPLIANCE_NORMAL) == 1;
+    return isKind &&
+           libav().avformat_query_codec(format, stream.codecpar->codec_id, FF_COMPLIANCE_NORMAL) == 1;
 }
 
 /// The track's own four-character code where the format knows it for this kind of media, else 0: the
@@ -128,18 +129,19 @@ bool isTakenOver(const AVOutputFormat *format, const AVStream &stream)
 unsigned codecTag(const AVOutputFormat *format, const AVCodecParameters &parameters)
 {
     unsigned usual = 0;
-    const bool isKnown = av_codec_get_id(format->codec_tag, parameters.codec_tag) == parameters.codec_id;
-    return isKnown || av_codec_get_tag2(format->codec_tag, parameters.codec_id, &usual) == 0
+    const bool isKnown =
+        libav().av_codec_get_id(format->codec_tag, parameters.codec_tag) == parameters.codec_id;
+    return isKnown || libav().av_codec_get_tag2(format->codec_tag, parameters.codec_id, &usual) == 0
                ? parameters.codec_tag
                : 0;
 }
 
 int addTrack(AVFormatContext &output, const AVStream &from)
 {
-    AVStream *to = avformat_new_stream(&output, nullptr);
+    AVStream *to = libav().avformat_new_stream(&output, nullptr);
     if (!to)
         return AVERROR(ENOMEM);
-    if (const int copied = avcodec_parameters_copy(to->codecpar, from.codecpar); copied < 0)
+    if (const int copied = libav().avcodec_parameters_copy(to->codecpar, from.codecpar); copied < 0)
         return copied;
     to->codecpar->codec_tag = codecTag(output.oformat, *from.codecpar);
     to->time_base = from.time_base;
@@ -148,10 +150,10 @@ int addTrack(AVFormatContext &output, const AVStream &from)
     to->sample_aspect_ratio = from.sample_aspect_ratio;
     if (from.sample_aspect_ratio.num > 0)
         to->codecpar->sample_aspect_ratio = from.sample_aspect_ratio;
-    av_dict_copy(&to->metadata, from.metadata, 0);
+    libav().av_dict_copy(&to->metadata, from.metadata, 0);
     for (int i = 0; i < from.nb_side_data; ++i) {
         const AVPacketSideData &data = from.side_data[i];
-        uint8_t *copy = av_stream_new_side_data(to, data.type, data.size);
+        uint8_t *copy = libav().av_stream_new_side_data(to, data.type, data.size);
         if (!copy)
             return AVERROR(ENOMEM);
         std::memcpy(copy, data.data, data.size);
@@ -176,23 +178,23 @@ int addTracks(AVFormatContext &output, const AVFormatContext &input, std::vector
 /// Copies all packets in the order in which they play.
 int copyPackets(AVFormatContext &output, AVFormatContext &input, const std::vector<int> &tracks)
 {
-    const std::unique_ptr<AVPacket, PacketDeleter> packet(av_packet_alloc());
+    const std::unique_ptr<AVPacket, PacketDeleter> packet(libav().av_packet_alloc());
     if (!packet)
         return AVERROR(ENOMEM);
     qint64 count = 0;
     int read = 0;
-    while ((read = av_read_frame(&input, packet.get())) >= 0) {
+    while ((read = libav().av_read_frame(&input, packet.get())) >= 0) {
         const auto from = static_cast<size_t>(packet->stream_index);
         if (from >= tracks.size() || tracks[from] < 0) { // a stream may also turn up late
-            av_packet_unref(packet.get());
+            libav().av_packet_unref(packet.get());
             continue;
         }
         packet->stream_index = tracks[from];
-        av_packet_rescale_ts(packet.get(), input.streams[from]->time_base,
-                             output.streams[packet->stream_index]->time_base);
+        libav().av_packet_rescale_ts(packet.get(), input.streams[from]->time_base,
+                                     output.streams[packet->stream_index]->time_base);
         packet->pos = -1;
         // Takes the packet over.
-        if (const int written = av_interleaved_write_frame(&output, packet.get()); written < 0)
+        if (const int written = libav().av_interleaved_write_frame(&output, packet.get()); written < 0)
             return written;
         ++count;
     }
@@ -205,7 +207,7 @@ int copyPackets(AVFormatContext &output, AVFormatContext &input, const std::vect
 Format makeFormat(AVIOContext *stream, Output &output)
 {
     AVFormatContext *allocated = nullptr;
-    avformat_alloc_output_context2(&allocated, nullptr, "mov", "flattened.mov");
+    libav().avformat_alloc_output_context2(&allocated, nullptr, "mov", "flattened.mov");
     Format format(allocated);
     if (!stream || !format)
         return nullptr;
@@ -220,9 +222,9 @@ Format makeFormat(AVIOContext *stream, Output &output)
 int writeHeader(AVFormatContext &format)
 {
     AVDictionary *options = nullptr;
-    av_dict_set(&options, "movflags", "faststart", 0);
-    const int begun = avformat_write_header(&format, &options);
-    av_dict_free(&options);
+    libav().av_dict_set(&options, "movflags", "faststart", 0);
+    const int begun = libav().avformat_write_header(&format, &options);
+    libav().av_dict_free(&options);
     return std::min(begun, 0);
 }
 
@@ -245,7 +247,7 @@ int MovieFile::writeForFastStart(int file)
     const Format format = makeFormat(stream.get(), output);
     if (!format)
         return AVERROR(ENOMEM);
-    av_dict_copy(&format->metadata, input.metadata, 0);
+    libav().av_dict_copy(&format->metadata, input.metadata, 0);
     std::vector<int> tracks;
     if (const int added = addTracks(*format, input, tracks); added < 0)
         return added;
@@ -253,7 +255,7 @@ int MovieFile::writeForFastStart(int file)
         return begun;
     const int copied = copyPackets(*format, input, tracks);
     // Also frees what the header took.
-    const int ended = av_write_trailer(format.get());
-    avio_flush(stream.get());
+    const int ended = libav().av_write_trailer(format.get());
+    libav().avio_flush(stream.get());
     return copied < 0 ? copied : ended < 0 ? ended : std::min(stream->error, 0);
 }

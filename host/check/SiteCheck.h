@@ -7,8 +7,8 @@
 /// Something that is wrong with a published site.
 struct SiteFinding
 {
-    QString kind; ///< "broken-link", "missing-asset", "missing-anchor", "missing-alt", "orphan",
-                  ///< "stray-file", "missing-file" or "written-twice"
+    QString kind;    ///< "broken-link", "missing-asset", "missing-anchor", "missing-alt", "orphan",
+                     ///< "stray-file", "missing-file" or "written-twice"
     QString file;    ///< path inside the published site of the page or file concerned
     QString message; ///< a sentence for people
 };

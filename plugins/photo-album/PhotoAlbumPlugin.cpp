@@ -120,13 +120,12 @@ QVariantMap PhotoAlbumPlugin::populatePluginSettings() const
 
 QStringList PhotoAlbumPlugin::filesReadForExport() const
 {
-    const QString folder = _source.isEmpty() ? QString() : SiteFiles::named(*this, _source);
-    if (folder.isNull())
-        return {};
     // The folder, too: a photograph may come or go.
-    QStringList files{folder};
-    for (const QFileInfo &file : QDir(folder).entryInfoList(QDir::Files, QDir::Name))
-        files.append(file.filePath());
+    QStringList files = SiteFiles::watched(*this, {_source});
+    for (const QString &folder : QStringList(files)) {
+        for (const QFileInfo &file : QDir(folder).entryInfoList(QDir::Files, QDir::Name))
+            files.append(file.filePath());
+    }
     return files;
 }
 
@@ -252,8 +251,9 @@ QString PhotoAlbumPlugin::photoPageHTML(qsizetype number, const QVariantMap &par
 
 QString PhotoAlbumPlugin::entirePhotoPage(qsizetype number, const QVariantMap &params) const
 {
-    const QString head = AlbumMarkup::styleSheet(SiteFiles::sharedFile(u"album.css"_s, params, 1)) +
-                         AlbumMarkup::script(SiteFiles::sharedFile(u"album.js"_s, params, 1));
+    const qint64 depth = QFExportParams(params).exportPagePath().count(u'/') + 1;
+    const QString head = AlbumMarkup::styleSheet(SiteFiles::sharedFile(u"album.css"_s, params, depth)) +
+                         AlbumMarkup::script(SiteFiles::sharedFile(u"album.js"_s, params, depth));
     return AlbumMarkup::entirePage(_exported[number].photo.title, language(), head,
                                    photoPageHTML(number, params));
 }

@@ -16,5 +16,7 @@ public:
     [[nodiscard]] QString pluginDescription() const override;
     /// The style sheet of albums, and the script that turns their pages by keys.
     [[nodiscard]] QVariant extraFilesNeededInExportFolder(const QVariantMap &params) override;
+    /// They are in the module itself.
+    [[nodiscard]] Q_INVOKABLE QStringList filesReadForExport() const { return {}; }
     [[nodiscard]] std::unique_ptr<QFAbstractPlugin> newPlugin() override;
 };

@@ -87,14 +87,7 @@ bool StyledTextPlugin::hostReadsDocuments() const
 
 QStringList StyledTextPlugin::filesReadForExport() const
 {
-    QStringList files;
-    if (hostReadsDocuments())
-        return files;
-    for (const QString &name : {_source, _sidebar}) {
-        if (const QString path = name.isEmpty() ? QString() : SiteFiles::named(*this, name); !path.isNull())
-            files.append(path);
-    }
-    return files;
+    return hostReadsDocuments() ? QStringList() : SiteFiles::watched(*this, {_source, _sidebar});
 }
 
 std::optional<NSAttributedString> StyledTextPlugin::readText(const QString &name) const
