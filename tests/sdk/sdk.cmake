@@ -81,12 +81,20 @@ if(NOT output MATCHES "com\\.example\\.field-notes")
     message(SEND_ERROR "the installed module is not found: ${output}")
 endif()
 
+# A module that cannot be used is an error only when it is asked for.
+file(WRITE "${work}/broken/note.so" "no module")
+set(ENV{QF_PLUGIN_PATH} "${work}/broken")
+run("${qf}" plugins)
+refuses(1 "${qf}" plugins --strict)
+set(ENV{QF_PLUGIN_PATH})
+
 # Both projects' sites can be built.
 execute_process(COMMAND "${qf}" build --help RESULT_VARIABLE code OUTPUT_QUIET ERROR_QUIET)
 if(code EQUAL 0)
     run(${CMAKE_CTEST_COMMAND} --test-dir "${notes}/build" --output-on-failure)
     if("com.corvale.quillfern.styled-text" IN_LIST identifiers)
         run("${qf}" build "${work}/garden" -o "${work}/garden-out")
+        run("${qf}" check "${work}/garden" -o "${work}/garden-out")
         file(READ "${work}/garden-out/index.html" page)
         if(NOT page MATCHES "Markdown</" OR NOT page MATCHES "about/index\\.html")
             message(SEND_ERROR "the site's page lacks text or links: ${page}")
