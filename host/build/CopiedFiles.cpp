@@ -14,11 +14,15 @@ namespace {
 
 void addFolder(QMap<QString, QString> &files, const QString &folder, const QString &published)
 {
-    QDirIterator entries(folder, QDir::Files | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    QDirIterator entries(folder, QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot,
+                         QDirIterator::Subdirectories);
     while (entries.hasNext()) {
         const QString path = entries.next();
         const QString name = path.mid(folder.size() + 1);
-        if (containedPath(folder, name).isNull())
+        if (entries.fileInfo().isDir()) {
+            if (entries.fileInfo().isSymLink())
+                reportLoss(u"site"_s, u"is not published, since it is a link to a folder: "_s + name, path);
+        } else if (containedPath(folder, name).isNull())
             reportLoss(u"site"_s, u"is not published, since it leads out of its folder: "_s + name, path);
         else
             files.insert(published + u'/' + name, path);

@@ -102,7 +102,6 @@ QList<ExtraFile> ExtraFiles::read(const QVariant &answer, const QString &folder,
                                   const QString &siteFolder)
 {
     QList<ExtraFile> files;
-    QSet<QString> taken;
     if (!isNil(answer) && !answer.canConvert<QVariantList>())
         refuse(u"the plug-in's list of extra files is no list"_s, {});
     const QVariantList elements = answer.toList();
@@ -110,15 +109,8 @@ QList<ExtraFile> ExtraFiles::read(const QVariant &answer, const QString &folder,
         const QString path = stringValue(element);
         const std::optional<ExtraFile> file =
             path.isNull() ? readRecord(element.toMap(), folder, extension) : readCopy(path, siteFolder);
-        if (!file)
-            continue;
-        const QString place =
-            (file->destination.isNull() ? u"//"_s + file->name : file->destination).toLower();
-        if (taken.contains(place))
-            refuse(u"two extra files have one name; the second is left out"_s, file->name);
-        else
+        if (file)
             files.append(*file);
-        taken.insert(place);
     }
     return files;
 }

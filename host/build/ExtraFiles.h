@@ -1,7 +1,6 @@
 #pragma once
 
 #include <QList>
-#include <QSet>
 #include <QString>
 #include <QVariant>
 
@@ -29,8 +28,8 @@ namespace ExtraFiles {
 
 /// What a plug-in answered for `extraFilesNeededInExportFolder`, read. Destinations count from `folder`, a
 /// path inside the published site; HTML files without an extension get `extension`. What has a wrong type, no
-/// safe name, a name that another has already, or a place outside the site makes a record in the current
-/// report and is left out. `siteFolder` is where relative paths of files to be copied count from.
+/// safe name, or a place outside the site makes a record in the current report and is left out. `siteFolder`
+/// is where relative paths of files to be copied count from.
 [[nodiscard]] QList<ExtraFile> read(const QVariant &answer, const QString &folder, const QString &extension,
                                     const QString &siteFolder);
 

@@ -222,6 +222,12 @@ OutputFolder::Outcome OutputFolder::copy(const QString &file, const QString &sou
 
 bool OutputFolder::remove(const QString &file)
 {
+    for (qsizetype slash = file.indexOf(u'/'); slash > 0; slash = file.indexOf(u'/', slash + 1)) {
+        struct stat status = {};
+        if (::lstat(QFile::encodeName(pathOf(file.left(slash))).constData(), &status) != 0 ||
+            !S_ISDIR(status.st_mode))
+            return false; // what lies behind a link is none of ours
+    }
     if (::unlink(QFile::encodeName(pathOf(file)).constData()) != 0)
         return false;
     for (qsizetype slash = file.lastIndexOf(u'/'); slash > 0; slash = file.lastIndexOf(u'/', slash - 1)) {

@@ -58,6 +58,7 @@ OutputPlace::OutputPlace(const QString &folder, const QString &siteFolder, QStri
     if (!error.isNull())
         return;
     _lock = std::make_unique<QLockFile>(path + u'/' + kBuilderFolder + u"/lock"_s);
+    _lock->setStaleLockTime(0); // a long build is still a build
     if (_lock->tryLock(0))
         _path = path;
     else

@@ -80,7 +80,6 @@ public:
     }
 
     [[nodiscard]] bool prepareStaging(const QString &filesFolderName);
-    void clearStaging() { QDir(_staging).removeRecursively(); }
     void makePage(qsizetype index, QFAbstractPlugin *plugin);
     void shareFiles(QFPluginClass &pluginClass, const QVariantMap &params);
 
@@ -119,10 +118,17 @@ QVariant PageBuilder::Making::asked(const QString &operation, Call call)
     return guardedCall(operation, [&] { return _plugin ? QVariant(call(*_plugin)) : QVariant(); });
 }
 
+/// The folders are kept from page to page while nothing is left in them: making and removing them would cost more than a
+/// page of text.
 bool PageBuilder::Making::prepareStaging(const QString &filesFolderName)
 {
     _stagedFiles = _staging + u'/' + filesFolderName;
-    clearStaging();
+    constexpr QDir::Filters kEverything = QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    const bool isClean = QDir(_staging).entryList(kEverything) == QStringList{filesFolderName} &&
+                         QDir(_stagedFiles).isEmpty(kEverything);
+    if (isClean)
+        return true;
+    QDir(_staging).removeRecursively();
     if (QDir().mkpath(_stagedFiles))
         return true;
     complain(u"the folder for files in the making cannot be made"_s, _stagedFiles);
@@ -161,25 +167,32 @@ void PageBuilder::Making::makePage(qsizetype index, QFAbstractPlugin *plugin)
         prefix = textOf(send(_plugin, "pageContentPrefix", {_params}), u"pageContentPrefix"_s);
     const QVariant extras = asked(u"extraFilesNeededInExportFolder"_s,
                                   [&](auto &asked) { return asked.extraFilesNeededInExportFolder(_params); });
-    addExtraFiles(ExtraFiles::read(extras, _folder, page.extension, context.site.folder));
-
-    QString error;
     const QByteArray bytes = utf8WithReferences(prefix + composed(html, _folder, page.depth(), false));
+    if (!_plugin) {
+        complain(u"the plug-in destroyed itself"_s);
+        return;
+    }
+    result.isDone = true;
+    addExtraFiles(ExtraFiles::read(extras, _folder, page.extension, context.site.folder));
+    publishStagedFiles();
+    // Last, so that it never names pictures that are not there yet.
+    QString error;
     const OutputFolder::Outcome outcome = _builder._output.write(page.path(), bytes, error);
     published(page.path(), outcome, error);
-    result.isDone = outcome != OutputFolder::Outcome::Failed;
-    publishStagedFiles();
 }
 
 void PageBuilder::Making::shareFiles(QFPluginClass &pluginClass, const QVariantMap &params)
 {
+    const qsizetype before = QFReport::current()->records().size();
     const QVariant extras = guardedCall(u"extraFilesNeededInExportFolder"_s, [&] {
         return QVariant(pluginClass.extraFilesNeededInExportFolder(params));
     });
-    addExtraFiles(ExtraFiles::read(extras, _folder, {}, _builder._context.site.folder));
-    publishStagedFiles();
+    if (QFReport::current()->records().size() > before)
+        return;
     result.isDone = true;
     result.isRepeatable = isNil(extras);
+    addExtraFiles(ExtraFiles::read(extras, _folder, {}, _builder._context.site.folder));
+    publishStagedFiles();
 }
 
 QString PageBuilder::Making::composed(const QString &content, const QString &from, qint64 depth,
@@ -264,6 +277,7 @@ QByteArray PageBuilder::Making::bytesOf(const ExtraFile &extra)
 
 void PageBuilder::Making::addExtraFiles(const QList<ExtraFile> &extras)
 {
+    QSet<QString> taken;
     for (const ExtraFile &extra : extras) {
         const bool isInFilesFolder =
             extra.destination.isNull() || extra.destination.startsWith(_filesFolder + u'/');
@@ -273,10 +287,12 @@ void PageBuilder::Making::addExtraFiles(const QList<ExtraFile> &extras)
         }
         const QString path =
             extra.destination.isNull() ? joinedPath(_filesFolder, extra.name) : extra.destination;
-        if (QFileInfo::exists(_stagedFiles + path.mid(_filesFolder.size()))) {
+        if (taken.contains(path.toLower()) ||
+            QFileInfo::exists(_stagedFiles + path.mid(_filesFolder.size()))) {
             complain(u"a file of the page has the name of an extra file, which is left out"_s, path);
             continue;
         }
+        taken.insert(path.toLower());
         QString error;
         const OutputFolder::Outcome outcome = extra.kind == ExtraFile::Kind::Copy
                                                   ? _builder._output.copy(path, extra.source, error)
@@ -298,17 +314,21 @@ void PageBuilder::Making::addShared(const ExtraFile &extra)
     if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush())
         result.shared.append({extra.destination, staged});
     else
-        complain(extra.destination + u": "_s + file.errorString(), extra.destination);
+        published(extra.destination, OutputFolder::Outcome::Failed,
+                  extra.destination + u": "_s + file.errorString());
 }
 
 /// What the plug-in and the exporter have written into the folder of files.
 void PageBuilder::Making::publishStagedFiles()
 {
     QStringList files;
-    QDirIterator entries(_stagedFiles, QDir::Files | QDir::Hidden | QDir::System,
+    QDirIterator entries(_stagedFiles, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
                          QDirIterator::Subdirectories);
-    while (entries.hasNext())
-        files.append(entries.next());
+    while (entries.hasNext()) {
+        const QString path = entries.next();
+        if (!entries.fileInfo().isDir() || entries.fileInfo().isSymLink())
+            files.append(path);
+    }
     files.sort();
     for (const QString &file : std::as_const(files)) {
         const QString path = joinedPath(_filesFolder, file.mid(_stagedFiles.size() + 1));
@@ -325,6 +345,7 @@ void PageBuilder::Making::published(const QString &path, OutputFolder::Outcome o
 {
     if (outcome == OutputFolder::Outcome::Failed) {
         complain(error, path);
+        result.isDone = false;
         return;
     }
     result.files.append(
@@ -365,15 +386,19 @@ PageResult PageBuilder::build(qsizetype index)
         making.makePage(index, plugin);
     else if (report.records().isEmpty())
         complain(u"there is no plug-in for the page"_s);
-    making.clearStaging();
     // The page also depends on what the plug-ins that it asked have read.
     const QSet<qsizetype> consulted = _document.takeConsultedPages();
-    making.result.isRepeatable = std::all_of(consulted.begin(), consulted.end(), [this](qsizetype asked) {
-        return _context.site.pages.at(asked).isExternal() || noteReads(_document.pluginOfPage(asked));
-    });
+    const bool hasFailures = std::any_of(report.records().begin(), report.records().end(),
+                                         [](const QFReportRecord &record) { return record.logged; });
+    // What has failed, as for want of space, may come out well next time.
+    making.result.isRepeatable =
+        !hasFailures && std::all_of(consulted.begin(), consulted.end(), [this](qsizetype asked) {
+            return _context.site.pages.at(asked).isExternal() || noteReads(_document.pluginOfPage(asked));
+        });
     making.result.consulted = QList<qsizetype>(consulted.begin(), consulted.end());
     std::sort(making.result.consulted.begin(), making.result.consulted.end());
-    _document.forgetPluginOfPage(index);
+    // Those that other pages ask are made anew for each: what they read then belongs to that page, too, and
+    // no page depends on which were made before it.
     _document.forgetPlugins();
     making.result.reads = QStringList(reads.paths().begin(), reads.paths().end());
     making.result.records = report.records();
@@ -396,7 +421,6 @@ PageResult PageBuilder::buildSharedFiles(const QString &plugin)
         making.shareFiles(*pluginClass, _context.parameters.ofPage(asPage, {}, {}));
         making.result.isRepeatable = noteReads(pluginClass) || making.result.isRepeatable;
     }
-    making.clearStaging();
     making.result.reads = QStringList(reads.paths().begin(), reads.paths().end());
     making.result.records = report.records();
     return std::move(making.result);

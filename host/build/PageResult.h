@@ -26,7 +26,7 @@ struct SharedFile
 /// What making a page came to.
 struct PageResult
 {
-    bool isDone = false; ///< whether the page's file was published
+    bool isDone = false; ///< whether the page's files were published, all of them
     QList<BuiltFile> files;
     QList<SharedFile> shared;
     /// Whether the plug-in says what it read, so that the page need not be made again while that is the same.

@@ -60,6 +60,8 @@ private:
     void take(qsizetype task, const PageResult &made);
     void lose(qsizetype task, const QString &reason);
     [[nodiscard]] BuiltPart &part(qsizetype task);
+    void keepEarlierFiles(BuiltPart &part, const BuiltPart &earlier) const;
+    void settleSharedFiles(PathClaims &claims, qsizetype task, BuiltPart &part);
     [[nodiscard]] QString nameOf(qsizetype task) const;
     [[nodiscard]] QFReportRecord record(const QString &message, const QString &page) const;
 
@@ -173,6 +175,9 @@ void Build::copyFiles()
         const OutputFolder::Outcome outcome = _output.copy(file.key(), file.value(), error);
         if (outcome == OutputFolder::Outcome::Failed) {
             result.records.append(record(error, {}));
+            result.isWhole = false;
+            keepEarlierFiles(part, _earlier.copies.value(file.key()));
+            _now.copies.insert(file.key(), part);
             continue;
         }
         if (outcome == OutputFolder::Outcome::Written)
@@ -246,16 +251,31 @@ void Build::take(qsizetype task, const PageResult &made)
         part.consulted.append(_context.site.pages.at(index).id);
     result.written += std::count_if(made.files.begin(), made.files.end(),
                                     [](const BuiltFile &file) { return file.isWritten; });
-    if (task < _context.site.pages.size()) {
+    if (!made.shared.isEmpty())
+        _shared.insert(task, made.shared);
+    const qsizetype pages = _context.site.pages.size();
+    // What lies there from an earlier build stays until the page can be made again.
+    if (!made.isDone)
+        keepEarlierFiles(part, task < pages ? _earlier.pages.value(_context.site.pages.at(task).id)
+                                            : _earlier.kinds.value(_kinds.at(task - pages)));
+    if (task < pages) {
         result.made += made.isDone ? 1 : 0;
         result.failed += made.isDone ? 0 : 1;
-        if (!made.shared.isEmpty())
-            _shared.insert(task, made.shared);
-        // What lies there from an earlier build stays until the page can be made again.
-        if (!made.isDone)
-            part.files.append(_earlier.pages.value(_context.site.pages.at(task).id).files);
+    } else {
+        result.isWhole &= made.isDone;
     }
     _events.progress(++_done, _tasks.size(), nameOf(task));
+}
+
+void Build::keepEarlierFiles(BuiltPart &part, const BuiltPart &earlier) const
+{
+    QSet<QString> known;
+    for (const BuiltFile &file : std::as_const(part.files))
+        known.insert(file.path);
+    for (const BuiltFile &file : earlier.files) {
+        if (!known.contains(file.path))
+            part.files.append({file.path, file.stamp, false});
+    }
 }
 
 void Build::lose(qsizetype task, const QString &reason)
@@ -268,42 +288,52 @@ void Build::lose(qsizetype task, const QString &reason)
     take(task, nothing);
 }
 
-/// Publishes files outside the pages' own folders, in the order of the pages: the first that wants a path
-/// gets it.
+/// Publishes files outside the folders of pages and kinds, in the order of the pages, then of the kinds: the
+/// first that wants a path gets it.
 void Build::settleSharedFiles()
 {
     PathClaims claims = _context.site.claims;
-    for (qsizetype i = 0; i < _context.site.pages.size(); ++i) {
-        const SitePage &page = _context.site.pages.at(i);
-        const auto known = _now.pages.find(page.id);
-        if (known == _now.pages.end())
+    const qsizetype pages = _context.site.pages.size();
+    for (qsizetype task = 0; task < pages + _kinds.size(); ++task) {
+        auto &parts = task < pages ? _now.pages : _now.kinds;
+        const auto known =
+            parts.find(task < pages ? _context.site.pages.at(task).id : _kinds.at(task - pages));
+        if (known != parts.end())
+            settleSharedFiles(claims, task, *known);
+    }
+}
+
+void Build::settleSharedFiles(PathClaims &claims, qsizetype task, BuiltPart &part)
+{
+    const bool isPage = task < _context.site.pages.size();
+    const SitePage *page = isPage ? &_context.site.pages.at(task) : nullptr;
+    const auto complain = [&](const QString &message) {
+        part.isRepeatable = false; // another build may give it the path
+        part.records.append(record(message, page ? page->id : QString()));
+    };
+    const auto isClaimed = [&](const QString &path) {
+        const bool isFree = claims.takeFile(path);
+        if (!isFree)
+            complain(u"another page's file lies there already: "_s + path);
+        return isFree;
+    };
+    const QString own = (page ? page->filesFolder() : joinedPath(kPublishedPlugins, nameOf(task))) + u'/';
+    part.files.removeIf([&](const BuiltFile &file) {
+        const bool isShared = !file.path.startsWith(own) && !(page && file.path == page->path());
+        return isShared && !isClaimed(file.path);
+    });
+    for (const SharedFile &file : _shared.value(task)) {
+        if (!isClaimed(file.path))
             continue;
-        const auto refuse = [&](const QString &path) {
-            known->isRepeatable = false; // another build may give it the path
-            known->records.append(record(u"another page's file lies there already: "_s + path, page.id));
-        };
-        const QString own = page.filesFolder() + u'/';
-        for (auto file = known->files.begin(); file != known->files.end();) {
-            const bool isShared = file->path != page.path() && !file->path.startsWith(own);
-            const bool isLost = isShared && !claims.takeFile(file->path);
-            if (isLost)
-                refuse(file->path);
-            file = isLost ? known->files.erase(file) : std::next(file);
+        QString error;
+        const OutputFolder::Outcome outcome = _output.take(file.path, file.staged, error);
+        if (outcome == OutputFolder::Outcome::Failed) {
+            complain(error);
+            result.isWhole = false;
+            continue;
         }
-        for (const SharedFile &file : _shared.value(i)) {
-            QString error;
-            if (!claims.takeFile(file.path)) {
-                refuse(file.path);
-                continue;
-            }
-            const OutputFolder::Outcome outcome = _output.take(file.path, file.staged, error);
-            if (outcome == OutputFolder::Outcome::Failed) {
-                known->records.append(record(error, page.id));
-                continue;
-            }
-            result.written += outcome == OutputFolder::Outcome::Written ? 1 : 0;
-            known->files.append({file.path, FileStamp::ofFile(_output.pathOf(file.path)), false});
-        }
+        result.written += outcome == OutputFolder::Outcome::Written ? 1 : 0;
+        part.files.append({file.path, FileStamp::ofFile(_output.pathOf(file.path)), false});
     }
 }
 
@@ -333,10 +363,14 @@ void Build::finish()
 {
     if (result.isCancelled) {
         // Pages that were not reached are as they were.
-        for (auto part = _earlier.pages.begin(); part != _earlier.pages.end(); ++part) {
-            if (!_now.pages.contains(part.key()))
-                _now.pages.insert(part.key(), part.value());
-        }
+        const auto keep = [](QMap<QString, BuiltPart> &now, const QMap<QString, BuiltPart> &earlier) {
+            for (auto part = earlier.begin(); part != earlier.end(); ++part) {
+                if (!now.contains(part.key()))
+                    now.insert(part.key(), part.value());
+            }
+        };
+        keep(_now.pages, _earlier.pages);
+        keep(_now.kinds, _earlier.kinds);
         _now.orphans = _earlier.orphans;
     }
     for (const auto *parts : {&_now.pages, &_now.kinds, &_now.copies}) {
@@ -358,8 +392,10 @@ void Build::finish()
                             _now.copies.size() == _earlier.copies.size() && _now.root == _earlier.root &&
                             _now.index == _earlier.index;
     QString error;
-    if (!isAsBefore && !_now.write(_context.output, error))
+    if (!isAsBefore && !_now.write(_context.output, error)) {
         result.records.append(record(error, {}));
+        result.isWhole = false;
+    }
 }
 
 /// A copy of the site's preferences, which plug-ins may change as they like; empty where the site has none.

@@ -186,6 +186,7 @@ QString Worker::end()
 {
     ::shutdown(_socket, SHUT_RDWR);
     ::close(std::exchange(_socket, -1));
+    kill(); // nothing to one that has ended; one that has merely closed its socket would go on
     const int status = statusOf(std::exchange(_process, -1));
     if (!WIFSIGNALED(status))
         return u"ended the process"_s;
@@ -222,11 +223,14 @@ private:
 
 void Run::inThisProcess()
 {
+    // The task may keep the first one that it is given, so it tells of the task that is being done.
+    qsizetype number = -1;
+    const WorkerPool::Progress progress = [this, &number](const QString &message, float done) {
+        _events.progress(number, message, done);
+    };
     while (hasMore()) {
-        const qsizetype number = _tasks.at(_next++);
-        _events.finished(number, _task(number, [&](const QString &message, float done) {
-                             _events.progress(number, message, done);
-                         }));
+        number = _tasks.at(_next++);
+        _events.finished(number, _task(number, progress));
     }
 }
 
@@ -276,9 +280,12 @@ void Run::hear()
     for (size_t i = 0; i < workers.size(); ++i) {
         const auto worker = workers.at(i);
         if (sockets.at(i).revents != 0) {
-            if (!worker->receive(_events))
+            if (!worker->receive(_events)) {
                 lose(worker, {});
-        } else if (worker->isBusy() && worker->millisecondsAtWork() > qint64(_secondsForTask) * 1000) {
+                continue;
+            }
+        }
+        if (worker->isBusy() && worker->millisecondsAtWork() > qint64(_secondsForTask) * 1000) {
             worker->kill();
             lose(worker,
                  u"took more than "_s + QString::number(_secondsForTask) + u" seconds and was ended"_s);

@@ -31,6 +31,8 @@ constexpr std::array<std::pair<QStringView, QStringView>, 15> kAddresses{{{u"a",
 QStringList addressesOfSet(const QString &set)
 {
     QStringList addresses;
+    if (set.contains(u"data:"))
+        return {}; // whose commas are not those of the list
     const QStringList candidates = set.split(u',', Qt::SkipEmptyParts);
     for (const QString &candidate : candidates)
         addresses.append(candidate.trimmed().section(u' ', 0, 0));

@@ -188,6 +188,8 @@ QList<SiteFinding> SiteCheck::check(const QString &output, QString &error)
     checker.checkRecords();
     const QStringList files = manifest.allFiles();
     for (const QString &file : files) {
+        if (!QFileInfo(folder + u'/' + file).isFile())
+            continue; // said already
         if (isHTML(file))
             checker.checkPage(file);
         else if (file.endsWith(u".css"_s, Qt::CaseInsensitive))

@@ -8,6 +8,7 @@
 #include "platform/QFReport.h"
 #include "text/QFStrings.h"
 
+#include <QHash>
 #include <QSet>
 
 using namespace Qt::StringLiterals;
@@ -40,6 +41,7 @@ private:
     void give(QFTextAttachment &attachment, const QString &wanted);
 
     QSet<QString> _taken;
+    QHash<QString, qsizetype> _numbers; ///< given last, by what names have in common
     QSet<const QFTextAttachment *> _seen;
     qsizetype _countedIn = -2; ///< where numbered names are used: a paragraph, -1 outside lists, -2 nowhere
     qsizetype _given = 0;
@@ -56,8 +58,12 @@ bool Namer::takes(const QString &name)
 void Namer::give(QFTextAttachment &attachment, const QString &wanted)
 {
     QString name = wanted;
-    for (qsizetype number = 2; !takes(name); ++number)
+    if (!takes(name)) {
+        qsizetype &number = _numbers[collisionKey(wanted)];
+        for (number = std::max<qsizetype>(number, 1) + 1; !takes(numberedName(wanted, number)); ++number) {
+        }
         name = numberedName(wanted, number);
+    }
     attachment.setMediaAttribute(u"filename"_s, name);
     ++_given;
     reportLoss(u"attachment-name"_s, u"two files would have one name; this one is now called "_s + name,

@@ -25,8 +25,6 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-constexpr qsizetype kManyPlugins = 32;
-
 /// The record of settings that sets a page's own ones, as one from another page would.
 QVariantMap settingsRecord(const QVariantMap &settings, const QString &pluginName)
 {
@@ -61,8 +59,7 @@ HostDocument::HostDocument(const Site &site, PluginModules &modules)
 
 HostDocument::~HostDocument()
 {
-    for (const QPointer<QFAbstractPlugin> &plugin : std::exchange(_plugins, {}))
-        delete plugin.data();
+    forgetPlugins();
 }
 
 HostPage *HostDocument::page(qsizetype index)
@@ -136,10 +133,10 @@ QVariantMap HostDocument::tree()
 
 QFAbstractPlugin *HostDocument::pluginOfPage(qsizetype index)
 {
-    _consulted.insert(index);
     const SitePage &page = _site.pages.at(index);
     if (page.isExternal())
         return nullptr;
+    _consulted.insert(index);
     const auto known = _plugins.constFind(index);
     if (known != _plugins.constEnd())
         return known->data();
@@ -204,15 +201,8 @@ void HostDocument::furnish(QFAbstractPlugin *plugin, const SitePage &page)
         reportLoss(u"plugin"_s, u"the plug-in destroyed itself while it was given its settings"_s);
 }
 
-void HostDocument::forgetPluginOfPage(qsizetype index)
-{
-    delete _plugins.take(index).data();
-}
-
 void HostDocument::forgetPlugins()
 {
-    if (_plugins.size() < kManyPlugins)
-        return;
     for (const QPointer<QFAbstractPlugin> &plugin : std::exchange(_plugins, {}))
         delete plugin.data();
 }

@@ -52,11 +52,10 @@ public:
     /// The page's plug-in with ID, document, window, options and settings; made on first use. nullptr, with a
     /// record of the reason, when it cannot be had.
     [[nodiscard]] QFAbstractPlugin *pluginOfPage(qsizetype index);
-    /// Destroys a page's plug-in.
-    void forgetPluginOfPage(qsizetype index);
-    /// Destroys plug-ins when there are many. Not while one of them is being asked something.
+    /// Destroys the plug-ins. Not while one of them is being asked something.
     void forgetPlugins();
-    /// Pages whose plug-ins were asked for since this was called last.
+    /// Pages whose plug-ins were asked for since this was called last, or furnished others with settings. A
+    /// plug-in that is known already does not count its own sources again.
     [[nodiscard]] QSet<qsizetype> takeConsultedPages() { return std::exchange(_consulted, {}); }
 
 private:

@@ -41,9 +41,14 @@ const SitePage *Site::pageNamed(const QString &id) const
 
 const SitePage *Site::home() const
 {
+    const SitePage *first = nullptr;
     for (const SitePage &page : pages) {
-        if (!page.isExternal() && page.folder.isEmpty())
+        if (page.isExternal() || !page.folder.isEmpty())
+            continue;
+        if (page.file() == index)
             return &page;
+        if (!first)
+            first = &page;
     }
-    return nullptr;
+    return first;
 }

@@ -69,7 +69,8 @@ struct Site
 
     [[nodiscard]] QString file() const { return folder + QStringLiteral("/site.json"); }
     [[nodiscard]] const SitePage *pageNamed(const QString &id) const;
-    /// The page that lies at the root under the index file's name; nullptr when there is none.
+    /// The page that lies at the root under the index file's name, or else the first one at the root; nullptr
+    /// when there is none.
     [[nodiscard]] const SitePage *home() const;
 };
 

@@ -18,6 +18,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype kMaximumNameLength = 200;
+constexpr int kMaximumSources = 64; ///< of settings, one behind the other
 
 bool isSafeCharacter(QChar unit)
 {
@@ -45,13 +46,16 @@ public:
 
 private:
     [[nodiscard]] bool readPage(KeyReader &keys, SitePage &page, const QString &parentFolder);
+    [[nodiscard]] bool readID(KeyReader &keys, SitePage &page);
     [[nodiscard]] bool readMaker(KeyReader &keys, SitePage &page);
     void readLooks(KeyReader &keys, SitePage &page);
     [[nodiscard]] bool readPlace(KeyReader &keys, SitePage &page, const QString &parentFolder);
     [[nodiscard]] QString containedFile(KeyReader &keys, const QString &key);
+    void checkSettingsSource(SitePage &page);
 
     Site &_site;
     const QString _file;
+    bool _hasHome = false; ///< whether the first page has been read, even if it is left out
 };
 
 void Reader::readPages(const QJsonArray &pages, const QString &place, qsizetype parent, qsizetype level,
@@ -94,7 +98,7 @@ void Reader::readPages(const QJsonArray &pages, const QString &place, qsizetype 
 /// False when the page cannot be built; its place is worked out all the same, for the pages below it.
 bool Reader::readPage(KeyReader &keys, SitePage &page, const QString &parentFolder)
 {
-    page.id = keys.string(u"id"_s);
+    const bool isNamed = readID(keys, page);
     page.title = keys.string(u"title"_s, page.id);
     page.hidden = keys.boolean(u"hidden"_s, false);
     page.settings = keys.object(u"settings"_s).toVariantMap();
@@ -102,7 +106,18 @@ bool Reader::readPage(KeyReader &keys, SitePage &page, const QString &parentFold
     page.themeOptions = keys.object(u"themeOptions"_s).toVariantMap();
     const bool isMade = readMaker(keys, page);
     readLooks(keys, page);
-    const bool isPlaced = readPlace(keys, page, parentFolder);
+    if (!readPlace(keys, page, parentFolder) || !isNamed || !isMade)
+        return false;
+    if (page.isExternal() || _site.claims.takePage(page))
+        return true;
+    keys.complain(u"folder"_s, u"puts the page where something else lies (\""_s + page.path() +
+                                   u"\"); the page is left out"_s);
+    return false;
+}
+
+bool Reader::readID(KeyReader &keys, SitePage &page)
+{
+    page.id = keys.string(u"id"_s);
     const bool isControlled =
         std::any_of(page.id.cbegin(), page.id.cend(), [](QChar unit) { return unit < u' '; });
     if (page.id.isEmpty() || page.id.size() > kMaximumNameLength || isControlled || page.id.contains(u'/'))
@@ -111,7 +126,7 @@ bool Reader::readPage(KeyReader &keys, SitePage &page, const QString &parentFold
     else if (_site.indexOfID.contains(page.id))
         keys.complain(u"id"_s, u"is another page's, too; the page is left out"_s);
     else
-        return isMade && isPlaced;
+        return true;
     return false;
 }
 
@@ -148,11 +163,22 @@ void Reader::readLooks(KeyReader &keys, SitePage &page)
         keys.complain(u"imageQuality"_s, u"should be Best, High, Medium or Low"_s);
 }
 
+/// The safe form of the text, made one that may stand in paths; empty where nothing is left of it.
+QString folderNamed(const QString &text)
+{
+    QString name = QFStringUtilities::stringEscapedForFilename(text);
+    while (name.startsWith(u'.'))
+        name.remove(0, 1);
+    return name.left(kMaximumNameLength);
+}
+
 bool Reader::readPlace(KeyReader &keys, SitePage &page, const QString &parentFolder)
 {
-    // The first page of all is the site's home, unless it says otherwise.
-    const bool isFirst = _site.pages.isEmpty() && page.parent < 0;
-    const QString usual = isFirst ? QString() : QFStringUtilities::stringEscapedForFilename(page.title);
+    // The first page of all is the site's home, unless it says otherwise. When it is left out, no other takes
+    // its place.
+    const bool isFirst = !page.isExternal() && !std::exchange(_hasHome, _hasHome || !page.isExternal());
+    const QString ofTitle = folderNamed(page.title);
+    const QString usual = isFirst ? QString() : ofTitle.isEmpty() ? folderNamed(page.id) : ofTitle;
     const QString folder = keys.string(u"folder"_s, usual);
     page.folder = parentFolder;
     page.filename = keys.string(u"filename"_s, u"index"_s);
@@ -170,11 +196,7 @@ bool Reader::readPlace(KeyReader &keys, SitePage &page, const QString &parentFol
     }
     if (!folder.isEmpty())
         page.folder = joinedPath(parentFolder, folder);
-    if (_site.claims.takePage(page))
-        return true;
-    keys.complain(u"folder"_s, u"puts the page where something else lies (\""_s + page.path() +
-                                   u"\"); the page is left out"_s);
-    return false;
+    return true;
 }
 
 QString Reader::containedFile(KeyReader &keys, const QString &key)
@@ -193,23 +215,27 @@ QString Reader::containedFile(KeyReader &keys, const QString &key)
 void Reader::checkSettingsSources()
 {
     for (SitePage &page : _site.pages) {
-        const KeyReader keys({}, _file, page.key);
-        const SitePage *source = &page;
-        qsizetype steps = 0;
-        while (source && !source->settingsFrom.isNull() && steps++ <= _site.pages.size()) {
-            const SitePage *next = _site.pageNamed(source->settingsFrom);
-            if (source == &page && (!next || next->plugin != page.plugin))
-                next = nullptr;
-            source = next;
-        }
-        if (!source)
-            keys.complain(u"settingsFrom"_s, u"should name a page of the same plug-in"_s);
-        else if (!source->settingsFrom.isNull())
-            keys.complain(u"settingsFrom"_s, u"goes round in a circle"_s);
-        else
+        const SitePage *source = page.settingsFrom.isNull() ? &page : _site.pageNamed(page.settingsFrom);
+        if (source && source->plugin == page.plugin)
             continue;
+        KeyReader({}, _file, page.key)
+            .complain(u"settingsFrom"_s, u"should name a page of the same plug-in"_s);
         page.settingsFrom = QString();
     }
+    for (SitePage &page : _site.pages)
+        checkSettingsSource(page);
+}
+
+void Reader::checkSettingsSource(SitePage &page)
+{
+    const SitePage *source = &page;
+    for (int i = 0; i < kMaximumSources && !source->settingsFrom.isNull(); ++i)
+        source = _site.pageNamed(source->settingsFrom);
+    if (source->settingsFrom.isNull())
+        return;
+    KeyReader({}, _file, page.key)
+        .complain(u"settingsFrom"_s, u"goes round in a circle, or over too many pages"_s);
+    page.settingsFrom = QString();
 }
 
 /// The folder that a key of the site names, which need not exist.

@@ -5,6 +5,8 @@
 #include "host/TextFile.h"
 #include "host/site/KeyReader.h"
 
+#include <QFileInfo>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -48,7 +50,7 @@ std::optional<SiteTheme> SiteTheme::read(const QString &folder, QString &error)
     const QString name = keys.string(u"template"_s, u"template.html"_s);
     keys.complainOfUnknownKeys();
     theme.templateFile = containedPath(folder, name);
-    if (theme.templateFile.isNull()) {
+    if (theme.templateFile.isNull() || !QFileInfo(theme.templateFile).isFile()) {
         error = file + u": template names no file of the theme"_s;
         return {};
     }

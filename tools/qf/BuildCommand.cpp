@@ -194,5 +194,6 @@ int runBuild(const QStringList &arguments)
     else if (!parser.isSet(u"quiet"_s) && parser.value(u"report"_s) != u"-")
         printSummary(result, request.output);
     const bool hasProblems = parser.isSet(u"strict"_s) && !result.records.isEmpty();
-    return code != Done ? code : result.failed > 0 || result.isCancelled || hasProblems ? Failed : Done;
+    const bool isDone = result.failed == 0 && result.isWhole && !result.isCancelled && !hasProblems;
+    return code != Done ? code : isDone ? Done : Failed;
 }
