@@ -188,8 +188,10 @@ void PhotoAlbumPlugin::exportPictures(const QVariantMap &params)
 {
     _exported.clear();
     const QString folder = SiteFiles::filesFolder(params);
-    if (folder.isNull())
+    if (folder.isNull()) {
+        reportLoss(u"export"_s, u"The host does not say where the page is written"_s);
         return;
+    }
     const QPointer<QObject> page = QFHost::pageFromUniqueID(document(), uniqueID());
     const qint32 quality = qualityFor(page);
     const QList<Photo> photos = photosInOrder();

@@ -90,6 +90,9 @@ void StyledTextPluginTest::readsArchivesWhereTheHostReadsNothing()
     QVERIFY(QFile::exists(site.written(u"pic-sidebar_1.jpg"_s)));
     QCOMPARE(filesRead(page).size(), 2);
 
+    // Nowhere to write the picture to: not to the root of the file system either.
+    QCOMPARE(page.problemsWhileMaking({}), QStringList(u"export"_s));
+
     site.write(u"a/text"_s, "# Markdown");
     QCOMPARE(page.problemsWhileMaking(site.params()), QStringList(u"source"_s));
     QCOMPARE(page.content, QString());
