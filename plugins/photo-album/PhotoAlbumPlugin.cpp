@@ -263,9 +263,11 @@ QString PhotoAlbumPlugin::entirePhotoPage(qsizetype number, const QVariantMap &p
 QVariantMap PhotoAlbumPlugin::photoPageRecord(qsizetype number, const QVariantMap &params) const
 {
     const QString name = photoPageName(_exported[number].photo, params);
-    return QFExportParams(params).contentOnlySubpagesEnabled()
-               ? contentOnlySubpageWithHTML(photoPageHTML(number, params), name)
-               : contentOnlySubpageWithEntireHTML(entirePhotoPage(number, params), name);
+    if (!QFExportParams(params).contentOnlySubpagesEnabled())
+        return contentOnlySubpageWithEntireHTML(entirePhotoPage(number, params), name);
+    QVariantMap record = contentOnlySubpageWithHTML(photoPageHTML(number, params), name);
+    record.insert(u"title"_s, _exported[number].photo.title);
+    return record;
 }
 
 QVariant PhotoAlbumPlugin::extraFilesNeededInExportFolder(const QVariantMap &params)
