@@ -95,7 +95,7 @@ function(qf_add_page_plugin name)
     endif()
     add_library(${name} MODULE ${arg_SOURCES})
     set_target_properties(${name} PROPERTIES
-        PREFIX "" SUFFIX ".so" AUTOMOC ON
+        PREFIX "" SUFFIX ".so" AUTOMOC ON AUTORCC ON
         CXX_EXTENSIONS OFF CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON
         LIBRARY_OUTPUT_DIRECTORY "${output}")
     target_compile_features(${name} PRIVATE cxx_std_20)

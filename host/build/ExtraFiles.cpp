@@ -56,6 +56,7 @@ bool readContent(const QVariantMap &record, ExtraFile &extra)
     const QVariant data = record.value(u"contentdata"_s);
     if (record.contains(u"substitutions"_s)) {
         extra.kind = ExtraFile::Kind::Content;
+        extra.title = stringValue(record.value(u"title"_s));
         extra.text = stringValue(record.value(u"substitutions"_s).toMap().value(u"content"_s));
         return !extra.text.isNull();
     }

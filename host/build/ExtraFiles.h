@@ -19,6 +19,7 @@ struct ExtraFile
     Kind kind = Kind::Data;
     QString name;        ///< a safe one; for Kind::Copy the file's own
     QString destination; ///< path inside the published site; nil for the folder of files
+    QString title;       ///< of Content; nil: the page's own
     QString text;        ///< of Content and Page
     QByteArray data;
     QString source; ///< of Copy: an absolute path

@@ -3,7 +3,7 @@
 #include "host/ReadFiles.h"
 #include "host/TextFile.h"
 #include "host/build/ExtraFiles.h"
-#include "host/build/SiteNavigation.h"
+#include "host/build/PageFiller.h"
 #include "host/plugins/PluginModules.h"
 #include "host/site/HostPage.h"
 #include "host/site/PluginCalls.h"
@@ -12,9 +12,7 @@
 #include "platform/QFReport.h"
 #include "platform/Values.h"
 #include "plugin/QFAbstractPlugin.h"
-#include "plugin/QFExportParams.h"
 #include "plugin/QFPluginClass.h"
-#include "text/QFStrings.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -22,27 +20,16 @@
 #include <QPointer>
 
 #include <algorithm>
+#include <optional>
 #include <utility>
 
 using namespace Qt::StringLiterals;
-using namespace QFStringUtilities;
 
 namespace {
 
 void complain(const QString &message, const QString &file = {})
 {
     reportLoss(u"build"_s, message, file);
-}
-
-/// What a plug-in answered for some HTML; empty for nil, and with a record for what is no text.
-QString textOf(const QVariant &answer, const QString &operation)
-{
-    if (isNil(answer))
-        return {};
-    const QString text = stringValue(answer);
-    if (text.isNull())
-        reportLoss(u"plugin"_s, u"the plug-in answered something that is no text for "_s + operation);
-    return text;
 }
 
 /// Notes what a plug-in or its kind says that it has read; false when it does not say.
@@ -61,11 +48,6 @@ bool noteReads(QObject *speaker)
     return true;
 }
 
-QString shownOption(QVariant option)
-{
-    return option.convert(QMetaType::fromType<QString>()) ? option.toString() : QString();
-}
-
 } // namespace
 
 /// The making of one page, or of the files that a kind shares.
@@ -80,7 +62,6 @@ public:
     }
 
     [[nodiscard]] bool prepareStaging(const QString &filesFolderName);
-    void clearStaging() { QDir(_staging).removeRecursively(); }
     void makePage(qsizetype index, QFAbstractPlugin *plugin);
     void shareFiles(QFPluginClass &pluginClass, const QVariantMap &params);
 
@@ -89,9 +70,6 @@ public:
 private:
     template <typename Call>
     [[nodiscard]] QVariant asked(const QString &operation, Call call);
-    [[nodiscard]] QString composed(const QString &content, const QString &from, qint64 depth, bool isSubpage);
-    [[nodiscard]] QString placeholder(QStringView name, QStringView argument, const QString &content,
-                                      const QString &from);
     [[nodiscard]] QByteArray bytesOf(const ExtraFile &extra);
     void addExtraFiles(const QList<ExtraFile> &extras);
     void addShared(const ExtraFile &extra);
@@ -107,9 +85,7 @@ private:
     // Of a page
     qsizetype _index = -1;
     QPointer<QFAbstractPlugin> _plugin;
-    QVariantMap _params;
-    QString _sidebar;
-    QString _pluginHeader;
+    std::optional<PageFiller> _filler;
 };
 
 /// The plug-in's answer; nil when it is gone or throws.
@@ -119,10 +95,18 @@ QVariant PageBuilder::Making::asked(const QString &operation, Call call)
     return guardedCall(operation, [&] { return _plugin ? QVariant(call(*_plugin)) : QVariant(); });
 }
 
+/// The folders are kept from page to page while nothing is left in them: making and removing them would cost
+/// more than a page of text.
 bool PageBuilder::Making::prepareStaging(const QString &filesFolderName)
 {
     _stagedFiles = _staging + u'/' + filesFolderName;
-    clearStaging();
+    constexpr QDir::Filters kEverything =
+        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
+    const bool isClean = QDir(_staging).entryList(kEverything) == QStringList{filesFolderName} &&
+                         QDir(_stagedFiles).isEmpty(kEverything);
+    if (isClean)
+        return true;
+    QDir(_staging).removeRecursively();
     if (QDir().mkpath(_stagedFiles))
         return true;
     complain(u"the folder for files in the making cannot be made"_s, _stagedFiles);
@@ -135,12 +119,14 @@ void PageBuilder::Making::makePage(qsizetype index, QFAbstractPlugin *plugin)
     const SitePage &page = context.site.pages.at(index);
     _index = index;
     _plugin = plugin;
-    _params = context.parameters.ofPage(page, _builder._document.page(index)->attributes(), _staging);
+    const QVariantMap params =
+        context.parameters.ofPage(page, _builder._document.page(index)->attributes(), _staging);
+    _filler.emplace(context, index, plugin, params, &_builder._theme, &_builder._plainTheme);
     if (context.site.normaliseImages && respondsTo(_plugin, "normaliseImages", 0))
         send(_plugin, "normaliseImages");
 
     const qsizetype before = QFReport::current()->records().size();
-    const QVariant content = asked(u"contentHTML"_s, [&](auto &asked) { return asked.contentHTML(_params); });
+    const QVariant content = asked(u"contentHTML"_s, [&](auto &asked) { return asked.contentHTML(params); });
     if (isNil(content)) {
         if (!_plugin)
             complain(u"the plug-in destroyed itself"_s);
@@ -148,20 +134,16 @@ void PageBuilder::Making::makePage(qsizetype index, QFAbstractPlugin *plugin)
             complain(u"the plug-in answered no content"_s);
         return;
     }
-    const QString html = textOf(content, u"contentHTML"_s);
+    const QString html = htmlFrom(content, u"contentHTML"_s);
     if (html.isNull())
         return;
-    _sidebar = textOf(asked(u"sidebarHTML"_s, [&](auto &asked) { return asked.sidebarHTML(_params); }),
-                      u"sidebarHTML"_s);
-    _pluginHeader =
-        textOf(asked(u"pageContentHeaders"_s, [&](auto &asked) { return asked.pageContentHeaders(_params); }),
-               u"pageContentHeaders"_s);
+    _filler->askForSurroundings();
     QString prefix;
     if (respondsTo(_plugin, "pageContentPrefix", 1))
-        prefix = textOf(send(_plugin, "pageContentPrefix", {_params}), u"pageContentPrefix"_s);
+        prefix = htmlFrom(send(_plugin, "pageContentPrefix", {params}), u"pageContentPrefix"_s);
     const QVariant extras = asked(u"extraFilesNeededInExportFolder"_s,
-                                  [&](auto &asked) { return asked.extraFilesNeededInExportFolder(_params); });
-    const QByteArray bytes = utf8WithReferences(prefix + composed(html, _folder, page.depth(), false));
+                                  [&](auto &asked) { return asked.extraFilesNeededInExportFolder(params); });
+    const QByteArray bytes = utf8WithReferences(prefix + _filler->filled({}, html, _folder));
     if (!_plugin) {
         complain(u"the plug-in destroyed itself"_s);
         return;
@@ -189,84 +171,17 @@ void PageBuilder::Making::shareFiles(QFPluginClass &pluginClass, const QVariantM
     publishStagedFiles();
 }
 
-QString PageBuilder::Making::composed(const QString &content, const QString &from, qint64 depth,
-                                      bool isSubpage)
-{
-    const BuildContext &context = _builder._context;
-    const SitePage &page = context.site.pages.at(_index);
-    QVariantMap params = _params;
-    context.parameters.addTemplateParameters(params, page, depth, &_builder._theme, &_builder._plainTheme);
-    if (isSubpage)
-        params.insert(kQFExportSubpageKey.toString(), true);
-    QString text = context.pageTemplate.marked();
-    static_cast<void>(asked(u"updatePageTemplate"_s, [&](auto &asked) {
-        asked.updatePageTemplate(text, params, depth);
-        return QVariant();
-    }));
-    return context.pageTemplate.filled(text, [&](QStringView name, QStringView argument) {
-        return placeholder(name, argument, content, from);
-    });
-}
-
-/// What stands for a placeholder on the page or a subpage, whose file lies in the folder `from`.
-QString PageBuilder::Making::placeholder(QStringView name, QStringView argument, const QString &content,
-                                         const QString &from)
-{
-    const BuildContext &context = _builder._context;
-    const SitePage &page = context.site.pages.at(_index);
-    const SiteNavigation navigation(context.site, _index, from);
-    if (name == u"content")
-        return content;
-    if (name == u"sidebar")
-        return _sidebar;
-    if (name == u"plugin_header")
-        return _pluginHeader;
-    if (name == u"title")
-        return stringEscapedForHTMLElementText(page.title);
-    if (name == u"site_title")
-        return stringEscapedForHTMLElementText(context.site.title);
-    if (name == u"language")
-        return stringEscapedForHTMLAttribute(context.site.language);
-    if (name == u"base")
-        return stringEscapedForHTMLAttribute(context.site.baseURL);
-    if (name == u"navigation")
-        return navigation.menu();
-    if (name == u"breadcrumb")
-        return navigation.breadcrumb();
-    if (name == u"previous")
-        return navigation.previous();
-    if (name == u"next")
-        return navigation.next();
-    if (name == u"home")
-        return navigation.home();
-    if (name == u"theme_path")
-        return context.parameters.isAbsolute()
-                   ? context.parameters.rootPath() + kPublishedTheme + u'/'
-                   : u"../"_s.repeated(from.isEmpty() ? 0 : from.count(u'/') + 1) + kPublishedTheme + u'/';
-    if (name == u"style")
-        return stringEscapedForFilename(context.parameters.styleOf(page));
-    if (name == u"page_id")
-        return stringEscapedForHTMLAttribute(page.id);
-    if (name == u"option")
-        return stringEscapedForHTMLAttribute(
-            shownOption(asked(u"valueForThemeSpecificOptionKey"_s, [&](auto &asked) {
-                return asked.valueForThemeSpecificOptionKey(argument.toString());
-            })));
-    return context.site.footer;
-}
-
 QByteArray PageBuilder::Making::bytesOf(const ExtraFile &extra)
 {
     if (extra.kind == ExtraFile::Kind::Data)
         return extra.data;
-    if (extra.kind == ExtraFile::Kind::Page || _index < 0)
+    if (extra.kind == ExtraFile::Kind::Page || !_filler)
         return utf8WithReferences(extra.text);
     const QString folder =
         extra.destination.isNull()
             ? _filesFolder
             : extra.destination.left(std::max<qsizetype>(extra.destination.lastIndexOf(u'/'), 0));
-    const qint64 depth = folder.isEmpty() ? 0 : folder.count(u'/') + 1;
-    return utf8WithReferences(composed(extra.text, folder, depth, true));
+    return utf8WithReferences(_filler->filled(extra.title, extra.text, folder));
 }
 
 void PageBuilder::Making::addExtraFiles(const QList<ExtraFile> &extras)
@@ -380,7 +295,6 @@ PageResult PageBuilder::build(qsizetype index)
         making.makePage(index, plugin);
     else if (report.records().isEmpty())
         complain(u"there is no plug-in for the page"_s);
-    making.clearStaging();
     // The page also depends on what the plug-ins that it asked have read.
     const QSet<qsizetype> consulted = _document.takeConsultedPages();
     const bool hasFailures = std::any_of(report.records().begin(), report.records().end(),
@@ -416,7 +330,6 @@ PageResult PageBuilder::buildSharedFiles(const QString &plugin)
         making.shareFiles(*pluginClass, _context.parameters.ofPage(asPage, {}, {}));
         making.result.isRepeatable = noteReads(pluginClass) || making.result.isRepeatable;
     }
-    making.clearStaging();
     making.result.reads = QStringList(reads.paths().begin(), reads.paths().end());
     making.result.records = report.records();
     return std::move(making.result);

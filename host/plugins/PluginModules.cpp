@@ -136,7 +136,7 @@ PluginModules::~PluginModules() = default;
 QStringList PluginModules::standardFolders()
 {
     QStringList folders = qEnvironmentVariable("QF_PLUGIN_PATH").split(u':', Qt::SkipEmptyParts);
-    folders.append(QCoreApplication::applicationDirPath() + u"/../lib/quillfern/plugins"_s);
+    folders.append(QDir::cleanPath(QCoreApplication::applicationDirPath() + u"/../lib/quillfern/plugins"_s));
     return folders;
 }
 

@@ -44,12 +44,15 @@ public:
     /// The folders in QF_PLUGIN_PATH (between colons), then the one that belongs to the program.
     [[nodiscard]] static QStringList standardFolders();
 
-    /// Modules that can be loaded as far as their metadata says, by identifier.
+    /// Modules that can be loaded as far as their metadata says, by identifier. One that turns out not to be
+    /// stays here.
     [[nodiscard]] const QList<PluginModuleInfo> &modules() const;
     [[nodiscard]] const QList<PluginModuleRefusal> &refusals() const;
 
     /// The kind with that identifier, loaded and initialised; owned by its module. nullptr when there is none
-    /// or it was refused: then `error`, if given, is the sentence that says why.
+    /// or it was refused: then `error`, if given, is the sentence that says why, which `refusals` has from
+    /// then on. A module's first loading is tried out in a copy of this process, a few milliseconds; that is
+    /// left out where other threads run beside this one, so ask before any are started.
     [[nodiscard]] QFPluginClass *pluginClass(const QString &identifier, QString *error = nullptr);
 
 private:

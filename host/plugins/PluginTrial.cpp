@@ -12,7 +12,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
-#include <cstring>
 #include <optional>
 
 #include <fcntl.h>
@@ -83,21 +82,30 @@ QByteArray answerFrom(int pipe, QDeadlineTimer deadline)
     return answer;
 }
 
-/// Waits for the copy's end; nullopt when the deadline comes before it. 0 when somebody else has waited for
-/// it already.
-std::optional<int> endOf(pid_t copy, QDeadlineTimer deadline)
+/// Whether the copy has ended when the deadline comes. It is not forgotten by the system yet, so its number
+/// is still its own.
+bool hasEnded(pid_t copy, QDeadlineTimer deadline)
 {
     while (true) {
-        int status = 0;
-        const pid_t ended = ::waitpid(copy, &status, WNOHANG);
-        if (ended == copy)
-            return status;
-        if (ended < 0 && errno != EINTR)
-            return 0;
+        siginfo_t info{};
+        const int result = ::waitid(P_PID, id_t(copy), &info, WEXITED | WNOHANG | WNOWAIT);
+        if (info.si_pid == copy || (result != 0 && errno != EINTR))
+            return true;
         if (deadline.hasExpired())
-            return {};
+            return false;
         QThread::msleep(1);
     }
+}
+
+/// How the copy ended; nullopt when it had to be ended. 0 when somebody else has asked before.
+std::optional<int> endOf(pid_t copy, QDeadlineTimer deadline)
+{
+    const bool isInTime = hasEnded(copy, deadline);
+    ::kill(-copy, SIGKILL); // with what it has started
+    ::kill(copy, SIGKILL);
+    int status = 0;
+    ::waitpid(copy, &status, 0);
+    return isInTime ? std::optional(status) : std::nullopt;
 }
 
 QString faultOfEnd(std::optional<int> status)
@@ -123,7 +131,7 @@ QString PluginTrial::faultOf(const QString &file)
 {
     std::array<int, 2> pipe{};
     if (::pipe2(pipe.data(), O_CLOEXEC) != 0)
-        return u"it could not be tried out ("_s + QString::fromLocal8Bit(std::strerror(errno)) + u')';
+        return u"it could not be tried out ("_s + qt_error_string(errno) + u')';
     const pid_t copy = ::fork();
     if (copy == 0)
         tryOut(file, pipe[1]);
@@ -136,11 +144,6 @@ QString PluginTrial::faultOf(const QString &file)
     QByteArray answer = answerFrom(pipe[0], deadline);
     ::close(pipe[0]);
     const std::optional<int> status = endOf(copy, deadline);
-    ::kill(-copy, SIGKILL);
-    if (!status) {
-        ::kill(copy, SIGKILL); // it may have left its group
-        ::waitpid(copy, nullptr, 0);
-    }
     if (!answer.endsWith(kEndOfAnswer) || !status || WIFSIGNALED(*status))
         return faultOfEnd(status);
     answer.chop(1);

@@ -28,6 +28,13 @@ inline QString siteFolder(const QFAbstractPlugin &plugin)
     return document.isEmpty() ? QString() : QFileInfo(QFileInfo(document).absolutePath()).canonicalFilePath();
 }
 
+/// Whether the name, by itself, cannot lead out of the folder that it counts from.
+inline bool staysInside(const QString &name)
+{
+    return !name.contains(QChar::Null) && !QDir::isAbsolutePath(name) &&
+           !name.split(u'/').contains(QStringLiteral(".."));
+}
+
 /// Path of the file or folder that a setting names, with all links resolved. Nil, with a record, for what
 /// does not exist and for what lies outside the site: absolute paths, paths with "..", links that lead out.
 inline QString named(const QFAbstractPlugin &plugin, const QString &name)
@@ -39,15 +46,24 @@ inline QString named(const QFAbstractPlugin &plugin, const QString &name)
     const QString site = siteFolder(plugin);
     if (site.isEmpty())
         return refused(QStringLiteral("The site has no folder to read files from"));
-    if (name.contains(QChar::Null) || QDir::isAbsolutePath(name) ||
-        name.split(u'/').contains(QStringLiteral("..")))
-        return refused(QStringLiteral("A page is made from files inside the site's folder only"));
-    const QString path = QFileInfo(site + u'/' + name).canonicalFilePath();
-    if (path.isEmpty())
+    const QString path = staysInside(name) ? QFileInfo(site + u'/' + name).canonicalFilePath() : QString();
+    if (staysInside(name) && path.isEmpty())
         return refused(QStringLiteral("There is no such file in the site's folder"));
-    if (!isInside(site, path))
+    if (path.isEmpty() || !isInside(site, path))
         return refused(QStringLiteral("A page is made from files inside the site's folder only"));
     return path;
+}
+
+/// Paths of the files that settings name, for the host to watch: also of those that are not there yet.
+inline QStringList watched(const QFAbstractPlugin &plugin, const QStringList &names)
+{
+    QStringList paths;
+    const QString site = siteFolder(plugin);
+    for (const QString &name : names) {
+        if (!site.isEmpty() && !name.isEmpty() && staysInside(name))
+            paths.append(QDir::cleanPath(site + u'/' + name));
+    }
+    return paths;
 }
 
 /// What stands in a file; nothing, with a record, when it cannot be read or is no file.

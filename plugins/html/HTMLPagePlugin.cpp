@@ -56,12 +56,7 @@ QVariantMap HTMLPagePlugin::populatePluginSettings() const
 
 QStringList HTMLPagePlugin::filesReadForExport() const
 {
-    QStringList files;
-    for (const QString &name : {_source, _sidebar}) {
-        if (const QString path = name.isEmpty() ? QString() : SiteFiles::named(*this, name); !path.isNull())
-            files.append(path);
-    }
-    return files;
+    return SiteFiles::watched(*this, {_source, _sidebar});
 }
 
 QString HTMLPagePlugin::readText(const QString &name) const
@@ -70,7 +65,8 @@ QString HTMLPagePlugin::readText(const QString &name) const
     const std::optional<QByteArray> bytes = path.isNull() ? std::nullopt : SiteFiles::contents(path);
     if (!bytes)
         return {};
-    QStringDecoder decoder(QStringConverter::encodingForData(*bytes).value_or(QStringConverter::Utf8));
+    QStringDecoder decoder(QStringConverter::encodingForData(*bytes).value_or(QStringConverter::Utf8),
+                           QStringConverter::Flag::Stateless);
     QString text = decoder(*bytes);
     if (decoder.hasError())
         reportLoss(u"source"_s, u"The file is no UTF-8; characters that are wrong are replaced"_s, path);

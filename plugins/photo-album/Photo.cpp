@@ -85,7 +85,12 @@ QString titleFromFileName(const QString &fileName)
 QString safeNameFromFileName(const QString &fileName)
 {
     QString name;
-    for (const QChar c : NSStringPathExtensions::stringByDeletingPathExtension(fileName)) {
+    // Letters come apart from their accents, which then count as nothing.
+    const QString plain = NSStringPathExtensions::stringByDeletingPathExtension(fileName).normalized(
+        QString::NormalizationForm_KD);
+    for (const QChar c : plain) {
+        if (c.isMark())
+            continue;
         const bool isSafe = c.unicode() < 0x80 && c.isLetterOrNumber();
         if (isSafe)
             name += c.toLower();

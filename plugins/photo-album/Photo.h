@@ -22,8 +22,8 @@ struct Photo
 
 /// "Halberd at dawn" of "halberd-at-dawn.jpg".
 [[nodiscard]] QString titleFromFileName(const QString &fileName);
-/// Letters and digits of the name in lower case, with "-" for all that lies between; "photo" where nothing is
-/// left. At most 80 characters.
+/// Letters and digits of the name in lower case and without accents, with "-" for all that lies between;
+/// "photo" where nothing is left. At most 80 characters.
 [[nodiscard]] QString safeNameFromFileName(const QString &fileName);
 /// Fills in what the properties of a picture's file say.
 void readMetadata(Photo &photo, const QVariantMap &properties);

@@ -120,13 +120,12 @@ QVariantMap PhotoAlbumPlugin::populatePluginSettings() const
 
 QStringList PhotoAlbumPlugin::filesReadForExport() const
 {
-    const QString folder = _source.isEmpty() ? QString() : SiteFiles::named(*this, _source);
-    if (folder.isNull())
-        return {};
     // The folder, too: a photograph may come or go.
-    QStringList files{folder};
-    for (const QFileInfo &file : QDir(folder).entryInfoList(QDir::Files, QDir::Name))
-        files.append(file.filePath());
+    QStringList files = SiteFiles::watched(*this, {_source});
+    for (const QString &folder : QStringList(files)) {
+        for (const QFileInfo &file : QDir(folder).entryInfoList(QDir::Files, QDir::Name))
+            files.append(file.filePath());
+    }
     return files;
 }
 
@@ -189,8 +188,10 @@ void PhotoAlbumPlugin::exportPictures(const QVariantMap &params)
 {
     _exported.clear();
     const QString folder = SiteFiles::filesFolder(params);
-    if (folder.isNull())
+    if (folder.isNull()) {
+        reportLoss(u"export"_s, u"The host does not say where the page is written"_s);
         return;
+    }
     const QPointer<QObject> page = QFHost::pageFromUniqueID(document(), uniqueID());
     const qint32 quality = qualityFor(page);
     const QList<Photo> photos = photosInOrder();
@@ -252,8 +253,9 @@ QString PhotoAlbumPlugin::photoPageHTML(qsizetype number, const QVariantMap &par
 
 QString PhotoAlbumPlugin::entirePhotoPage(qsizetype number, const QVariantMap &params) const
 {
-    const QString head = AlbumMarkup::styleSheet(SiteFiles::sharedFile(u"album.css"_s, params, 1)) +
-                         AlbumMarkup::script(SiteFiles::sharedFile(u"album.js"_s, params, 1));
+    const qint64 depth = QFExportParams(params).exportPagePath().count(u'/') + 1;
+    const QString head = AlbumMarkup::styleSheet(SiteFiles::sharedFile(u"album.css"_s, params, depth)) +
+                         AlbumMarkup::script(SiteFiles::sharedFile(u"album.js"_s, params, depth));
     return AlbumMarkup::entirePage(_exported[number].photo.title, language(), head,
                                    photoPageHTML(number, params));
 }
@@ -261,9 +263,11 @@ QString PhotoAlbumPlugin::entirePhotoPage(qsizetype number, const QVariantMap &p
 QVariantMap PhotoAlbumPlugin::photoPageRecord(qsizetype number, const QVariantMap &params) const
 {
     const QString name = photoPageName(_exported[number].photo, params);
-    return QFExportParams(params).contentOnlySubpagesEnabled()
-               ? contentOnlySubpageWithHTML(photoPageHTML(number, params), name)
-               : contentOnlySubpageWithEntireHTML(entirePhotoPage(number, params), name);
+    if (!QFExportParams(params).contentOnlySubpagesEnabled())
+        return contentOnlySubpageWithEntireHTML(entirePhotoPage(number, params), name);
+    QVariantMap record = contentOnlySubpageWithHTML(photoPageHTML(number, params), name);
+    record.insert(u"title"_s, _exported[number].photo.title);
+    return record;
 }
 
 QVariant PhotoAlbumPlugin::extraFilesNeededInExportFolder(const QVariantMap &params)

@@ -1,23 +1,10 @@
 #include "plugins/photo-album/PhotoAlbumPluginClass.h"
 
 #include "plugins/common/PluginSettings.h"
+#include "plugins/common/SharedFiles.h"
 #include "plugins/photo-album/PhotoAlbumPlugin.h"
 
-#include <QFile>
-
 using namespace Qt::StringLiterals;
-
-namespace {
-
-QVariantMap resource(const QString &name)
-{
-    QFile file(u":/photo-album/"_s + name);
-    const bool isOpen = file.open(QIODevice::ReadOnly);
-    Q_ASSERT(isOpen);
-    return QFAbstractPlugin::contentOnlySubpageWithData(isOpen ? file.readAll() : QByteArray(), name);
-}
-
-} // namespace
 
 bool PhotoAlbumPluginClass::initializeClass(const QVariant & /*hostObject*/)
 {
@@ -46,7 +33,7 @@ QString PhotoAlbumPluginClass::pluginDescription() const
 
 QVariant PhotoAlbumPluginClass::extraFilesNeededInExportFolder(const QVariantMap & /*params*/)
 {
-    return QVariantList{resource(u"album.css"_s), resource(u"album.js"_s)};
+    return sharedFiles(u":/photo-album/"_s, {u"album.css"_s, u"album.js"_s});
 }
 
 std::unique_ptr<QFAbstractPlugin> PhotoAlbumPluginClass::newPlugin()

@@ -87,14 +87,7 @@ bool StyledTextPlugin::hostReadsDocuments() const
 
 QStringList StyledTextPlugin::filesReadForExport() const
 {
-    QStringList files;
-    if (hostReadsDocuments())
-        return files;
-    for (const QString &name : {_source, _sidebar}) {
-        if (const QString path = name.isEmpty() ? QString() : SiteFiles::named(*this, name); !path.isNull())
-            files.append(path);
-    }
-    return files;
+    return hostReadsDocuments() ? QStringList() : SiteFiles::watched(*this, {_source, _sidebar});
 }
 
 std::optional<NSAttributedString> StyledTextPlugin::readText(const QString &name) const
@@ -126,13 +119,19 @@ NSAttributedString StyledTextPlugin::text(const QString &name) const
 QString StyledTextPlugin::exported(const NSAttributedString &text, const QString &prefix,
                                    const QVariantMap &params)
 {
+    const QString folder = SiteFiles::filesFolder(params);
+    if (folder.isNull()) {
+        reportLoss(u"export"_s, u"The host does not say where the page is written"_s);
+        return {};
+    }
     const std::unique_ptr<CVHTML> exporter = exporterWithParams(params);
     exporter->setAllowWebUnsafeFonts(_allowWebUnsafeFonts);
-    // Held over the export, which asks the host for more.
     const QPointer<QObject> page = QFHost::pageFromUniqueID(document(), uniqueID());
-    return exporter->exportAttributedString(text, SiteFiles::filesFolder(params),
-                                            QFExportParams(params).exportFilesFolderName(), prefix,
-                                            u"%content%"_s, u"content"_s, page);
+    QString HTML =
+        exporter->exportAttributedString(text, folder, QFExportParams(params).exportFilesFolderName(), prefix,
+                                         u"%content%"_s, u"content"_s, page);
+    _showsMovies = _showsMovies || HTML.contains(u"QT_WriteOBJECT_XHTML(");
+    return HTML;
 }
 
 QVariant StyledTextPlugin::contentHTML(const QVariantMap &params)
@@ -140,6 +139,7 @@ QVariant StyledTextPlugin::contentHTML(const QVariantMap &params)
     broadcastPluginExportStatus(u"Reading the text"_s, 0);
     const NSAttributedString content = text(_source);
     _description = beginning(content);
+    _showsMovies = false;
     broadcastPluginExportStatus(u"Writing the page"_s, 0.3F);
     QString HTML = exported(content, _imagePrefix, params);
     broadcastPluginExportStatus(u"Page written"_s, 1);
@@ -163,10 +163,11 @@ QVariant StyledTextPlugin::pageContentHeaders(const QVariantMap & /*params*/)
 
 QString &StyledTextPlugin::updatePageTemplate(QString &pageTemplate, const QVariantMap &params, qint64 depth)
 {
-    const QString markup =
-        filled(u"<link rel=\"stylesheet\" type=\"text/css\" href=\"{}\" />"_s,
-               SiteFiles::sharedFile(u"styled-text.css"_s, params, depth)) +
-        filled(u"<script src=\"{}\"></script>"_s, SiteFiles::sharedFile(u"movie.js"_s, params, depth));
+    QString markup = filled(u"<link rel=\"stylesheet\" type=\"text/css\" href=\"{}\" />"_s,
+                            SiteFiles::sharedFile(u"styled-text.css"_s, params, depth));
+    if (_showsMovies)
+        markup +=
+            filled(u"<script src=\"{}\"></script>"_s, SiteFiles::sharedFile(u"movie.js"_s, params, depth));
     SiteFiles::addToStyleSheets(pageTemplate, markup);
     return QFAbstractPlugin::updatePageTemplate(pageTemplate, params, depth);
 }

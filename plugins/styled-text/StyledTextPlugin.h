@@ -53,5 +53,6 @@ private:
     QString _imagePrefix = QStringLiteral("image");
     bool _allowWebUnsafeFonts = false;
     bool _normalisesImages = false;
-    QString _description; ///< of the content made last
+    QString _description; ///< of the content made last, and so is the next
+    bool _showsMovies = false;
 };

@@ -1,23 +1,10 @@
 #include "plugins/styled-text/StyledTextPluginClass.h"
 
 #include "plugins/common/PluginSettings.h"
+#include "plugins/common/SharedFiles.h"
 #include "plugins/styled-text/StyledTextPlugin.h"
 
-#include <QFile>
-
 using namespace Qt::StringLiterals;
-
-namespace {
-
-QVariantMap resource(const QString &name)
-{
-    QFile file(u":/styled-text/"_s + name);
-    const bool isOpen = file.open(QIODevice::ReadOnly);
-    Q_ASSERT(isOpen);
-    return QFAbstractPlugin::contentOnlySubpageWithData(isOpen ? file.readAll() : QByteArray(), name);
-}
-
-} // namespace
 
 bool StyledTextPluginClass::initializeClass(const QVariant & /*hostObject*/)
 {
@@ -46,7 +33,7 @@ QString StyledTextPluginClass::pluginDescription() const
 
 QVariant StyledTextPluginClass::extraFilesNeededInExportFolder(const QVariantMap & /*params*/)
 {
-    return QVariantList{resource(u"styled-text.css"_s), resource(u"movie.js"_s)};
+    return sharedFiles(u":/styled-text/"_s, {u"styled-text.css"_s, u"movie.js"_s});
 }
 
 std::unique_ptr<QFAbstractPlugin> StyledTextPluginClass::newPlugin()
