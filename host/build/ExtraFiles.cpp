@@ -103,9 +103,13 @@ QList<ExtraFile> ExtraFiles::read(const QVariant &answer, const QString &folder,
                                   const QString &siteFolder)
 {
     QList<ExtraFile> files;
-    if (!isNil(answer) && !answer.canConvert<QVariantList>())
+    // Texts count as lists of characters to QVariant.
+    const bool isText =
+        !stringValue(answer).isNull() || answer.metaType() == QMetaType::fromType<QByteArray>();
+    const bool isList = !isText && answer.canConvert<QVariantList>();
+    if (!isNil(answer) && !isList)
         refuse(u"the plug-in's list of extra files is no list"_s, {});
-    const QVariantList elements = answer.toList();
+    const QVariantList elements = isList ? answer.toList() : QVariantList();
     for (const QVariant &element : elements) {
         const QString path = stringValue(element);
         const std::optional<ExtraFile> file =
