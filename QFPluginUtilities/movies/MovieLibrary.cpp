@@ -88,8 +88,7 @@ bool hasMovieLibrary()
 
 const MovieLibraryFunctions &libav()
 {
-    static const MovieLibraryFunctions none;
-    return functionsOnce() ? *functionsOnce() : none;
+    return functionsOnce().value();
 }
 
 MovieLibrarySilence::MovieLibrarySilence()

@@ -57,7 +57,7 @@ struct MovieLibraryFunctions
 
 /// Whether the media library could be loaded. Any thread, and so the next.
 [[nodiscard]] bool hasMovieLibrary();
-/// Its functions; all nullptr when it could not be loaded.
+/// Its functions. Only to be asked for when it could be loaded.
 [[nodiscard]] const MovieLibraryFunctions &libav();
 
 /// Keeps what the media library has to say on this thread, for as long as it lives, from standard error,

@@ -89,7 +89,7 @@ QStringList stringsFrom(const QJsonValue &json)
 {
     QStringList strings;
     const QJsonArray array = json.toArray();
-    for (const QJsonValue &element : array)
+    for (const auto &element : array)
         strings.append(element.toString());
     return strings;
 }
@@ -107,7 +107,7 @@ BuiltPart partFrom(const QJsonObject &json)
     part.consulted = stringsFrom(json.value(u"consulted"_s));
     part.isRepeatable = json.value(u"repeatable"_s).toBool();
     const QJsonArray records = json.value(u"records"_s).toArray();
-    for (const QJsonValue &record : records)
+    for (const auto &record : records)
         part.records.append(recordFrom(record.toObject()));
     return part;
 }

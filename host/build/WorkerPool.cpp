@@ -190,8 +190,7 @@ QString Worker::end()
     const int status = statusOf(std::exchange(_process, -1));
     if (!WIFSIGNALED(status))
         return u"ended the process"_s;
-    return u"crashed ("_s + QString::fromLatin1(::strsignal(WTERMSIG(status))) +
-           u')'; // NOLINT(concurrency-mt-unsafe)
+    return u"crashed ("_s + QString::fromLatin1(::sigdescr_np(WTERMSIG(status))) + u')';
 }
 
 /// One run of a pool.

@@ -83,7 +83,7 @@ QStringList KeyReader::strings(const QString &key)
 {
     QStringList strings;
     const QJsonArray array = this->array(key);
-    for (const QJsonValue &element : array) {
+    for (const auto &element : array) {
         if (element.isString())
             strings.append(element.toString());
         else
