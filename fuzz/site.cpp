@@ -1,5 +1,5 @@
-// Feeds arbitrary bytes to the readers of site.json and, behind a NUL, theme.json. Whatever a site is read, its
-// pages lie inside the published site, no two in one place, and settings are taken over from somewhere.
+// Feeds arbitrary bytes to the readers of site.json and, behind a NUL, theme.json. Whatever a site is read,
+// its pages lie inside the published site, no two in one place, and settings are taken over from somewhere.
 
 #include "fuzz/Require.h"
 #include "host/site/SiteReader.h"

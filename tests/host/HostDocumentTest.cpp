@@ -39,7 +39,6 @@ private Q_SLOTS:
     void survivesBadPlugins();
     void namesAttachments_data();
     void namesAttachments();
-    void namesManyAttachmentsInTime();
 
 private:
     [[nodiscard]] QString complaints() const { return messagesOf(report->records()); }
@@ -284,22 +283,6 @@ void HostDocumentTest::namesAttachments()
     QTEST(stored.join(u' '), "stored");
     QCOMPARE(given, report->records().size());
     QCOMPARE(AttachmentNames::makeUnique(text.copy()), 0);
-}
-
-void HostDocumentTest::namesManyAttachmentsInTime()
-{
-    NSMutableAttributedString text;
-    for (int i = 0; i < 20000; ++i)
-        text.append(u"\uFFFC"_s,
-                    NSAttributeDictionary(std::vector<NSAttributeDictionary::Entry>{
-                        {NSAttachmentAttributeName,
-                         QVariant::fromValue<NSTextAttachmentPtr>(std::make_shared<QFTextAttachment>(
-                             NSFileWrapper::regularFileWithContents("b"),
-                             QVariantMap{{u"filename"_s, u"a.png"_s}}))}}));
-    QElapsedTimer timer;
-    timer.start();
-    QCOMPARE(AttachmentNames::makeUnique(text.copy()), 19999);
-    QVERIFY2(timer.elapsed() < 5000, qPrintable(QString::number(timer.elapsed())));
 }
 
 QTEST_GUILESS_MAIN(HostDocumentTest)
