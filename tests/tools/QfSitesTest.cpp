@@ -100,14 +100,11 @@ void QfSitesTest::exitsAsTold_data()
 {
     addRows({"arguments", "code", "says"}, uR"(
 no site            | build                               | 2 | one site and an output folder are needed
-no output          | build /none                         | 2 | one site and an output folder are needed
 unknown mode       | build /none -o /none --mode draft   | 2 | --mode must be
-too few jobs       | build /none -o /none --jobs -1      | 2 | --jobs must be
 no time            | build /none -o /none --page-seconds 0 | 2 | --page-seconds must be
 two outputs        | build /none -o /none --json --report - | 2 | --json and --report -
 missing site       | build /none -o /none                | 1 | /none: there is no such folder
 nothing to check   | check                               | 2 | one site is needed
-missing, to check  | check /none                         | 1 | /none: there is no such folder
 not built          | check -o /none                      | 1 | /none: there is no built site
 )"_s);
 }
@@ -242,15 +239,12 @@ good anchors      | <h2 id="h">h</h2><a href="#h">a</a><a href="?q#h">a</a><a hr
 good assets       | <a href="../assets/a%20b.txt">a</a><img srcset="../assets/p.png 1x, data:image/png;base64,AA== 2x" alt="p">
 no tags           | <!-- <a href="none.html"> --><script>"<a href=none.html>"</script>
 no page           | <a href="none.html">a</a>           | broken-link the a leads to nothing: "none.html"
-references        | <a href=" &#110;one.html ">a</a>    | broken-link the a leads to nothing: "none.html"
 capitals          | <a href="../INDEX.html">a</a>       | broken-link the a leads to nothing: "../INDEX.html"
 out of the site   | <a href="../../secret">a</a>        | broken-link the address "../../secret" leads out of the site
 absolute          | <a href="/index.html">a</a>         | broken-link the address "/index.html" leads out of the site
 NUL               | <a href="%00">a</a>                 | broken-link the a leads to nothing: "%00"
 no asset          | <a href="../assets/none">a</a>      | missing-asset the a leads to nothing: "../assets/none"
 no anchor         | <a href="#none">a</a>               | missing-anchor there is no place "#none" in a/index.html
-no anchor there   | <a href="../index.html#none">a</a>  | missing-anchor there is no place "#none" in index.html
-no script         | <script src="x.js"></script>        | broken-link the script leads to nothing: "x.js"
 no poster         | <video poster="x.png"></video>      | broken-link the video leads to nothing: "x.png"
 one of a set      | <img srcset="../assets/p.png 1x, q.png 2x" alt="p"> | broken-link the img leads to nothing: "q.png"
 no text           | <img src="../assets/p.png">         | missing-alt the picture "../assets/p.png" has no alternative text
