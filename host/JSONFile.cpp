@@ -1,5 +1,7 @@
 #include "host/JSONFile.h"
 
+#include "host/TextFile.h"
+
 #include <QFile>
 #include <QFileInfo>
 #include <QJsonDocument>
@@ -29,7 +31,7 @@ std::optional<QJsonObject> JSONFile::read(const QString &path, QString &error)
         error = path + u": cannot be read"_s;
         return {};
     }
-    const QByteArray bytes = file.read(kMaximumBytes + 1);
+    const QByteArray bytes = readAtMost(file, kMaximumBytes + 1);
     if (bytes.size() > kMaximumBytes) {
         error = path + u": is larger than 64 MB"_s;
         return {};

@@ -4,6 +4,8 @@
 #include <QFileInfo>
 #include <QStringDecoder>
 
+#include <algorithm>
+
 using namespace Qt::StringLiterals;
 
 namespace {
@@ -17,7 +19,7 @@ TextFile TextFile::read(const QString &path)
     QFile file(path);
     if (QFileInfo(path).isDir() || !file.open(QIODevice::ReadOnly))
         return {{}, path + u": cannot be read"_s};
-    const QByteArray bytes = file.read(kMaximumBytes + 1);
+    const QByteArray bytes = readAtMost(file, kMaximumBytes + 1);
     if (file.error() != QFile::NoError)
         return {{}, path + u": "_s + file.errorString()};
     if (bytes.size() > kMaximumBytes)
@@ -27,6 +29,17 @@ TextFile TextFile::read(const QString &path)
     if (decoder.hasError())
         return {{}, path + u": is not UTF-8"_s};
     return {text, {}};
+}
+
+QByteArray readAtMost(QIODevice &device, qint64 maximum)
+{
+    const qint64 expected = std::min(device.size(), maximum);
+    QByteArray bytes = device.read(expected);
+    if (bytes.size() == expected && expected < maximum)
+        bytes += device.read(std::min<qint64>(maximum - expected, 1)); // the end, or a file without a size
+    if (bytes.size() > expected)
+        bytes += device.read(maximum - bytes.size());
+    return bytes;
 }
 
 QByteArray utf8WithReferences(const QString &text)
