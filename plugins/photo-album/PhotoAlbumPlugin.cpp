@@ -213,6 +213,8 @@ void PhotoAlbumPlugin::exportPictures(const QVariantMap &params)
 QVariant PhotoAlbumPlugin::contentHTML(const QVariantMap &params)
 {
     _isCancelled = false;
+    if (SiteFiles::named(*this, _source).isNull())
+        return {};
     exportPictures(params);
     broadcastPluginExportStatus(u"Album written"_s, 1);
     if (_exported.isEmpty())
