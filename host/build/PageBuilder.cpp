@@ -141,6 +141,11 @@ void PageBuilder::Making::makePage(qsizetype index, QFAbstractPlugin *plugin)
     result.isDone = true;
     addExtraFiles(ExtraFiles::read(extras, _folder, page.extension, context.site.folder));
     publishStagedFiles();
+    if (!_plugin) { // while it filled a subpage's template
+        complain(u"the plug-in destroyed itself"_s);
+        result.isDone = false;
+        return;
+    }
     // Last, so that it never names pictures that are not there yet.
     QString error;
     const OutputFolder::Outcome outcome = _builder._output.write(page.path(), bytes, error);

@@ -12,14 +12,30 @@
 #include <QJsonObject>
 #include <QMap>
 #include <QTemporaryDir>
+#include <QTest>
 
-inline const QString kTestPage = QStringLiteral("com.example.test-page");
-inline const QString kTellingPage = QStringLiteral("com.example.test-telling-page");
-
-/// JSON in which strings may stand between single quotation marks.
-inline QByteArray json(const char *text)
+/// JSON in which strings may stand between single quotation marks, and `*` for the plug-in of a page.
+inline QByteArray json(const QString &text)
 {
-    return QByteArray(text).replace('\'', '"');
+    return QString(text)
+        .replace(u'\'', u'"')
+        .replace(u'*', QStringLiteral("\"plugin\": \"com.example.test-page\""))
+        .replace(u'@', QStringLiteral("\"plugin\": \"com.example.test-telling-page\""))
+        .toUtf8();
+}
+
+/// A test's data: columns of texts from a table with a row a line and bars between the fields, of which the
+/// first is the row's name.
+inline void addRows(std::initializer_list<const char *> columns, const QString &table)
+{
+    for (const char *column : columns)
+        QTest::addColumn<QString>(column);
+    for (const QString &line : table.split(u'\n', Qt::SkipEmptyParts)) {
+        const QStringList fields = line.split(u'|');
+        QTestData &row = QTest::newRow(qPrintable(fields.at(0).trimmed()));
+        for (qsizetype i = 1; i <= qsizetype(columns.size()); ++i)
+            row << (i < fields.size() ? fields.at(i).trimmed() : QStringLiteral(""));
+    }
 }
 
 inline QString messagesOf(const QList<QFReportRecord> &records)
@@ -47,9 +63,10 @@ public:
             qFatal("%s cannot be written", qPrintable(name));
     }
     /// Writes `site.json` with these pages, in JSON as above.
-    void writePages(const QByteArray &pages) const
+    void writePages(const QString &pages) const
     {
-        write(QStringLiteral("site/site.json"), "{\"title\": \"Site\", \"pages\": [" + pages + "]}");
+        write(QStringLiteral("site/site.json"),
+              json(QStringLiteral("{'title': 'Site', 'pages': [") + pages + QStringLiteral("]}")));
     }
     [[nodiscard]] QByteArray read(const QString &name) const
     {

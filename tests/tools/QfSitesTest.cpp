@@ -88,47 +88,34 @@ void QfSitesTest::init()
 /// Pages with files, links from each to the next, and a path that all want.
 void QfSitesTest::writePages(int count) const
 {
-    QByteArray pages;
-    for (int i = 0; i < count; ++i) {
-        const QByteArray number = QByteArray::number(i);
-        pages += json(i == 0 ? "" : ", ") + json("{'id': 'p") + number +
-                 json("', 'plugin': 'com.example.test-page', 'settings': {'text': '") + number +
-                 json("', 'asks': 'p") + QByteArray::number((i + 1) % count) + json("', 'files': {'f': '") +
-                 number + json("'}, 'extras': [{'name': 'shared', 'data': '") + number +
-                 json("', 'destination': '/shared.txt'}]}}");
-    }
-    maker->writePages(pages);
+    QStringList pages;
+    for (int i = 0; i < count; ++i)
+        pages.append(uR"({'id': 'p%1', *, 'settings': {'text': '%1', 'asks': 'p%2', 'files': {'f': '%1'},
+            'extras': [{'name': 'shared', 'data': '%1', 'destination': '/shared.txt'}]}})"_s.arg(i)
+                         .arg((i + 1) % count));
+    maker->writePages(pages.join(u','));
 }
 
 void QfSitesTest::exitsAsTold_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QString>("says");
-    const auto row = [](const QStringList &arguments, int code, const QString &says) {
-        QTest::newRow(qPrintable(arguments.join(u' '))) << arguments << code << says;
-    };
-    const QString none = u"/none"_s;
-    row({u"build"_s}, 2, u"qf: one site and an output folder are needed"_s);
-    row({u"build"_s, none}, 2, u"qf: one site and an output folder are needed"_s);
-    row({u"build"_s, none, u"-o"_s, none, u"--mode"_s, u"draft"_s}, 2, u"qf: --mode must be"_s);
-    row({u"build"_s, none, u"-o"_s, none, u"--jobs"_s, u"-1"_s}, 2, u"qf: --jobs must be"_s);
-    row({u"build"_s, none, u"-o"_s, none, u"--page-seconds"_s, u"0"_s}, 2, u"qf: --page-seconds must be"_s);
-    row({u"build"_s, none, u"-o"_s, none, u"--json"_s, u"--report"_s, u"-"_s}, 2,
-        u"qf: --json and --report -"_s);
-    row({u"build"_s, none, u"-o"_s, u"/tmp/none"_s}, 1, u"qf: /none: there is no such folder"_s);
-    row({u"check"_s}, 2, u"qf: one site is needed"_s);
-    row({u"check"_s, none}, 1, u"qf: /none: there is no such folder"_s);
-    row({u"check"_s, u"-o"_s, none}, 1, u"qf: /none: there is no built site"_s);
+    addRows({"arguments", "code", "says"}, uR"(
+no site            | build                               | 2 | one site and an output folder are needed
+unknown mode       | build /none -o /none --mode draft   | 2 | --mode must be
+no time            | build /none -o /none --page-seconds 0 | 2 | --page-seconds must be
+two outputs        | build /none -o /none --json --report - | 2 | --json and --report -
+missing site       | build /none -o /none                | 1 | /none: there is no such folder
+nothing to check   | check                               | 2 | one site is needed
+not built          | check -o /none                      | 1 | /none: there is no built site
+)"_s);
 }
 
 void QfSitesTest::exitsAsTold()
 {
-    QFETCH(QStringList, arguments);
+    QFETCH(QString, arguments);
     QFETCH(QString, says);
-    const Ended result = qf(arguments);
-    QTEST(result.code, "code");
-    QVERIFY2(result.errors.startsWith(says), qPrintable(result.errors));
+    const Ended result = qf(arguments.split(u' '));
+    QTEST(QString::number(result.code), "code");
+    QVERIFY2(result.errors.startsWith(u"qf: "_s + says), qPrintable(result.errors));
     QCOMPARE(result.output, QByteArray());
 }
 
@@ -157,27 +144,25 @@ void QfSitesTest::buildsTheSameInAnyNumberOfProcesses()
 
 void QfSitesTest::losesOnlyPagesOfBadPlugins_data()
 {
-    QTest::addColumn<QByteArray>("does");
-    QTest::addColumn<QString>("says");
-    QTest::newRow("aborts") << QByteArray("abort")
-                            << u"the plug-in crashed (Aborted) while it made the page"_s;
-    QTest::newRow("hangs") << QByteArray("hang") << u"the plug-in took more than 1 seconds and was ended"_s;
-    QTest::newRow("tells of progress without end")
-        << QByteArray("chatter") << u"the plug-in took more than 1 seconds and was ended"_s;
+    addRows({"does", "says"}, uR"(
+aborts                          | abort   | crashed (Aborted) while it made the page
+hangs                           | hang    | took more than 1 seconds and was ended
+tells of progress without end   | chatter | took more than 1 seconds and was ended
+)"_s);
 }
 
 void QfSitesTest::losesOnlyPagesOfBadPlugins()
 {
-    QFETCH(QByteArray, does);
+    QFETCH(QString, does);
     QFETCH(QString, says);
-    maker->writePages(json("{'id': 'home', 'plugin': 'com.example.test-page'}, {'id': 'bad', 'plugin': "
-                           "'com.example.test-page',"
-                           "'settings': {'does': {'contentHTML': '") +
-                      does + json("'}}}, {'id': 'last', 'plugin': 'com.example.test-page'}"));
+    maker->writePages(
+        u"{'id': 'home', *}, {'id': 'bad', *, 'settings': {'does': {'contentHTML': '%1'}}}, {'id': 'last', *}"_s
+            .arg(does));
     for (const QString &jobs : {u"1"_s, u"2"_s}) {
         const Ended result = qf(build({u"--jobs"_s, jobs, u"--page-seconds"_s, u"1"_s, u"--all"_s}));
         QCOMPARE(result.code, 1);
-        QVERIFY2(result.errors.contains(u"qf: page bad:\nqf:     "_s + says), qPrintable(result.errors));
+        QVERIFY2(result.errors.contains(u"qf: page bad:\nqf:     the plug-in "_s + says),
+                 qPrintable(result.errors));
         QCOMPARE(maker->files(u"out"_s).keys(),
                  QStringList({u"index.html"_s, u"last/index.html"_s, u"theme/styles.css"_s}));
     }
@@ -208,15 +193,13 @@ void QfSitesTest::saysWhatItDid()
 void QfSitesTest::leavesWholeFilesOnAFullDisk()
 {
     const QByteArray large(200000, 'x');
-    const auto page = [](const char *id, const QByteArray &text) {
-        return json("{'id': '") + id +
-               json("', 'plugin': 'com.example.test-telling-page', 'settings': {'text': '") + text + "\"}}";
-    };
-    maker->writePages(page("home", "old") + ',' + page("a", "old"));
+    const QString pages =
+        u"{'id': 'home', @, 'settings': {'text': '%1'}}, {'id': 'a', @, 'settings': {'text': '%2'}}"_s;
+    maker->writePages(pages.arg(u"old"_s, u"old"_s));
     maker->write(u"site/assets/large"_s, "old");
     QCOMPARE(qf(build()).code, 0);
     const QMap<QString, QByteArray> before = maker->files(u"out"_s);
-    maker->writePages(page("home", large) + ',' + page("a", "new"));
+    maker->writePages(pages.arg(QString::fromLatin1(large), u"new"_s));
     maker->write(u"site/assets/large"_s, large);
     // A file may have 100 KB.
     const Ended result = inShell(u"ulimit -f 100; trap '' XFSZ; \"$0\" \"$@\""_s, build());
@@ -235,9 +218,7 @@ void QfSitesTest::leavesWholeFilesOnAFullDisk()
 void QfSitesTest::endsWhenInterrupted()
 {
     maker->writePages(
-        json("{'id': 'home', 'plugin': 'com.example.test-page'}, {'id': 'a', 'plugin': "
-             "'com.example.test-page', 'settings':"
-             "{'does': {'contentHTML': 'hang'}}}, {'id': 'last', 'plugin': 'com.example.test-page'}"));
+        u"{'id': 'home', *}, {'id': 'a', *, 'settings': {'does': {'contentHTML': 'hang'}}}, {'id': 'last', *}"_s);
     QProcess process;
     start(process, QStringLiteral(QF_PROGRAM), build({u"--jobs"_s, u"1"_s, u"--page-seconds"_s, u"2"_s}));
     QTRY_VERIFY_WITH_TIMEOUT(QFileInfo::exists(maker->path(u"out/index.html"_s)), 30000);
@@ -252,51 +233,38 @@ void QfSitesTest::endsWhenInterrupted()
 
 void QfSitesTest::checksSites_data()
 {
-    QTest::addColumn<QByteArray>("html");
-    QTest::addColumn<QString>("finding"); ///< nil for none
-    const auto row = [](const char *html, const QString &finding = {}) {
-        QTest::newRow(html) << json(html) << finding;
-    };
-    row("<a href='../index.html#top'>a</a><a href='./'>a</a><a href='../'>a</a><a href='mailto:x'>a</a><a "
-        "href='//else/x'>a</a>");
-    row("<h2 id='h'>h</h2><a href='#h'>a</a><a href='?q#h'>a</a><a href='index.html#h'>a</a>");
-    row("<a href='../assets/a%20b.txt'>a</a><img src='../assets/p.png' srcset='../assets/p.png 1x, "
-        "data:image/png;base64,AA== 2x' alt='p'>");
-    row("<!-- <a href='none.html'> --><script>'<a href=none.html>'</script>");
-    row("<a href='none.html'>a</a>", u"broken-link the a leads to nothing: \"none.html\""_s);
-    row("<a href=' &#110;one.html '>a</a>", u"broken-link the a leads to nothing: \"none.html\""_s);
-    row("<a href='../INDEX.html'>a</a>", u"broken-link the a leads to nothing: \"../INDEX.html\""_s);
-    row("<a href='../../secret'>a</a>", u"broken-link the address \"../../secret\" leads out of the site"_s);
-    row("<a href='/index.html'>a</a>", u"broken-link the address \"/index.html\" leads out of the site"_s);
-    row("<a href='%00'>a</a>", u"broken-link the a leads to nothing: \"%00\""_s);
-    row("<a href='../assets/none'>a</a>", u"missing-asset the a leads to nothing: \"../assets/none\""_s);
-    row("<a href='#none'>a</a>", u"missing-anchor there is no place \"#none\" in a/index.html"_s);
-    row("<a href='../index.html#none'>a</a>", u"missing-anchor there is no place \"#none\" in index.html"_s);
-    row("<script src='x.js'></script>", u"broken-link the script leads to nothing: \"x.js\""_s);
-    row("<video poster='x.png'></video>", u"broken-link the video leads to nothing: \"x.png\""_s);
-    row("<img srcset='../assets/p.png 1x, q.png 2x' alt='p'>",
-        u"broken-link the img leads to nothing: \"q.png\""_s);
-    row("<img src='../assets/p.png'>",
-        u"missing-alt the picture \"../assets/p.png\" has no alternative text"_s);
+    addRows({"html", "finding"}, uR"(
+good addresses    | <a href="../index.html#top">a</a><a href="./">a</a><a href="../">a</a><a href="mailto:x">a</a><a href="//else/x">a</a>
+good anchors      | <h2 id="h">h</h2><a href="#h">a</a><a href="?q#h">a</a><a href="index.html#h">a</a>
+good assets       | <a href="../assets/a%20b.txt">a</a><img srcset="../assets/p.png 1x, data:image/png;base64,AA== 2x" alt="p">
+no tags           | <!-- <a href="none.html"> --><script>"<a href=none.html>"</script>
+no page           | <a href="none.html">a</a>           | broken-link the a leads to nothing: "none.html"
+capitals          | <a href="../INDEX.html">a</a>       | broken-link the a leads to nothing: "../INDEX.html"
+out of the site   | <a href="../../secret">a</a>        | broken-link the address "../../secret" leads out of the site
+absolute          | <a href="/index.html">a</a>         | broken-link the address "/index.html" leads out of the site
+NUL               | <a href="%00">a</a>                 | broken-link the a leads to nothing: "%00"
+no asset          | <a href="../assets/none">a</a>      | missing-asset the a leads to nothing: "../assets/none"
+no anchor         | <a href="#none">a</a>               | missing-anchor there is no place "#none" in a/index.html
+no poster         | <video poster="x.png"></video>      | broken-link the video leads to nothing: "x.png"
+one of a set      | <img srcset="../assets/p.png 1x, q.png 2x" alt="p"> | broken-link the img leads to nothing: "q.png"
+no text           | <img src="../assets/p.png">         | missing-alt the picture "../assets/p.png" has no alternative text
+)"_s);
 }
 
 void QfSitesTest::checksSites()
 {
-    QFETCH(QByteArray, html);
+    QFETCH(QString, html);
     QFETCH(QString, finding);
     maker->write(u"site/assets/a b.txt"_s, "a");
     maker->write(u"site/assets/p.png"_s, "p");
     maker->write(u"site/theme/styles.css"_s,
                  "a { background: url(none.png) } b { background: url('styles.css') }");
-    const QByteArray text =
-        QJsonDocument(QJsonObject{{u"text"_s, QString::fromUtf8(html)}}).toJson(QJsonDocument::Compact);
-    const QByteArray pages = json("{'id': 'home', 'plugin': 'com.example.test-page'}, {'id': 'a', 'plugin': "
-                                  "'com.example.test-page', 'settings': ") +
-                             text + '}';
-    maker->writePages(pages + json(", {'id': 'old', 'plugin': 'com.example.test-page'}, {'id': 'gone', "
-                                   "'plugin': 'com.example.test-page'}"));
+    const QString pages =
+        u"{'id': 'home', *}, {'id': 'gone', *}, {'id': 'a', *, 'settings': {'source': 'a.html'}}"_s;
+    maker->write(u"site/a.html"_s, html.toUtf8());
+    maker->writePages(pages + u", {'id': 'old', *}"_s);
     QCOMPARE(qf(build()).code, 0);
-    maker->writePages(pages + json(", {'id': 'gone', 'plugin': 'com.example.test-page'}"));
+    maker->writePages(pages);
     QCOMPARE(qf(build()).code, 0);
     maker->write(u"out/stray.txt"_s, "stray");
     QVERIFY(QFile::remove(maker->path(u"out/gone/index.html"_s)));
@@ -310,13 +278,13 @@ void QfSitesTest::checksSites()
                          u"old/index.html: orphan an earlier build made it, and no page has it any more"_s,
                          u"stray.txt: stray-file no build has made it"_s,
                          u"theme/styles.css: broken-link the style sheet leads to nothing: \"none.png\""_s};
-    if (!finding.isNull())
+    if (!finding.isEmpty())
         expected.prepend(u"a/index.html: "_s + finding);
     QCOMPARE(findings, expected);
     // A build of its own has none of the last one's.
     const Ended fresh = qf({u"check"_s, maker->site()});
     QCOMPARE(fresh.code, 0);
-    QCOMPARE(fresh.output.count("\n    "), finding.isNull() ? 1 : 2);
+    QCOMPARE(fresh.output.count("\n    "), finding.isEmpty() ? 1 : 2);
 }
 
 QTEST_GUILESS_MAIN(QfSitesTest)

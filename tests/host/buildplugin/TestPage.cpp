@@ -97,8 +97,8 @@ public:
             json.insert(param.key(), shown(param.value()));
         pageTemplate.replace(u"%dump%"_s,
                              QString::fromUtf8(QJsonDocument(json).toJson(QJsonDocument::Compact)));
-        if (answer("updatePageTemplate", true).toBool())
-            QFAbstractPlugin::updatePageTemplate(pageTemplate, params, depth);
+        QFAbstractPlugin::updatePageTemplate(pageTemplate, params, depth);
+        static_cast<void>(answer("updatePageTemplate", {}));
         return pageTemplate;
     }
     void setValueForThemeSpecificOptionKey(const QVariant &value, const QString &key) override
