@@ -6,7 +6,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QSaveFile>
 
 #include <algorithm>
 
@@ -157,14 +156,14 @@ QStringList BuildManifest::allFiles() const
     return files;
 }
 
-QString BuildManifest::fileIn(const QString &output)
+QString BuildManifest::file()
 {
-    return output + u'/' + kBuilderFolder + u"/manifest.json"_s;
+    return kBuilderFolder + u"/manifest.json"_s;
 }
 
 BuildManifest BuildManifest::read(const QString &output)
 {
-    QFile file(fileIn(output));
+    QFile file(output + u'/' + BuildManifest::file());
     if (!file.open(QIODevice::ReadOnly))
         return {};
     const QJsonObject json = QJsonDocument::fromJson(file.readAll()).object();
@@ -175,7 +174,7 @@ BuildManifest BuildManifest::read(const QString &output)
             json.value(u"index"_s).toString(),  stringsFrom(json.value(u"orphans"_s))};
 }
 
-bool BuildManifest::write(const QString &output, QString &error) const
+QByteArray BuildManifest::toJson() const
 {
     const QJsonObject json{{u"format"_s, kFormat},
                            {u"pages"_s, written(pages)},
@@ -184,10 +183,5 @@ bool BuildManifest::write(const QString &output, QString &error) const
                            {u"root"_s, root},
                            {u"index"_s, index},
                            {u"orphans"_s, QJsonArray::fromStringList(orphans)}};
-    const QByteArray bytes = QJsonDocument(json).toJson(QJsonDocument::Compact);
-    QSaveFile file(fileIn(output));
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.commit())
-        return true;
-    error = fileIn(output) + u": "_s + file.errorString();
-    return false;
+    return QJsonDocument(json).toJson(QJsonDocument::Compact);
 }

@@ -39,7 +39,8 @@ struct BuildManifest
 
     /// Empty where there is none, or one that cannot be read as a whole.
     [[nodiscard]] static BuildManifest read(const QString &output);
-    /// The manifest's file, whole.
-    [[nodiscard]] bool write(const QString &output, QString &error) const;
-    [[nodiscard]] static QString fileIn(const QString &output);
+    /// What the manifest's file holds.
+    [[nodiscard]] QByteArray toJson() const;
+    /// Path of the manifest's file inside the published site.
+    [[nodiscard]] static QString file();
 };

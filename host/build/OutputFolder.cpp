@@ -4,11 +4,13 @@
 
 #include <QFile>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <sys/stat.h>
 #include <unistd.h>
 #include <utility>
@@ -18,92 +20,65 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 kPiece = 1 << 16;
+constexpr const char *kStaging = "staging";
 
-/// An open file of the system, closed with its owner.
-class Descriptor
+QString folderPart(const QString &file)
 {
-public:
-    Descriptor(const QByteArray &path, int flags)
-        : _descriptor(::open(path.constData(), flags | O_CLOEXEC, 0666))
-    {
-    }
-    ~Descriptor()
-    {
-        if (_descriptor >= 0)
-            ::close(_descriptor);
-    }
-    Descriptor(const Descriptor &) = delete;
-    Descriptor &operator=(const Descriptor &) = delete;
-
-    [[nodiscard]] bool isOpen() const { return _descriptor >= 0; }
-    /// As many bytes as there are, up to the size; -1 for a failure.
-    [[nodiscard]] qint64 read(char *bytes, qint64 size) const
-    {
-        qint64 done = 0;
-        while (done < size) {
-            const ssize_t count = ::read(_descriptor, bytes + done, static_cast<size_t>(size - done));
-            if (count < 0 && errno == EINTR)
-                continue;
-            if (count <= 0)
-                return count < 0 ? -1 : done;
-            done += count;
-        }
-        return done;
-    }
-    [[nodiscard]] bool write(const char *bytes, qint64 size) const
-    {
-        while (size > 0) {
-            const ssize_t count = ::write(_descriptor, bytes, static_cast<size_t>(size));
-            if (count < 0 && errno == EINTR)
-                continue;
-            if (count <= 0)
-                return false;
-            bytes += count;
-            size -= count;
-        }
-        return true;
-    }
-    [[nodiscard]] bool close() { return ::close(std::exchange(_descriptor, -1)) == 0; }
-
-private:
-    int _descriptor;
-};
-
-bool isRegular(const QByteArray &path, qint64 size)
-{
-    struct stat status = {};
-    return ::lstat(path.constData(), &status) == 0 && S_ISREG(status.st_mode) && status.st_size == size;
+    return file.left(std::max<qsizetype>(file.lastIndexOf(u'/'), 0));
 }
 
-bool holds(const QByteArray &path, const QByteArray &bytes)
+QByteArray namePart(const QString &file)
 {
-    if (!isRegular(path, bytes.size()))
+    return QFile::encodeName(file.mid(file.lastIndexOf(u'/') + 1));
+}
+
+/// A folder below another one, each on the way opened in the one above it.
+FileDescriptor folderBelow(const FileDescriptor &top, const QString &path)
+{
+    FileDescriptor folder = top.folderIn(".");
+    const QStringList names = path.split(u'/', Qt::SkipEmptyParts);
+    for (const QString &name : names)
+        folder = folder.folderIn(QFile::encodeName(name));
+    return folder;
+}
+
+bool holds(const FileDescriptor &file, const QByteArray &bytes)
+{
+    if (file.sizeOfFile() != bytes.size())
         return false;
-    const Descriptor file(path, O_RDONLY | O_NOFOLLOW);
     std::array<char, kPiece> piece;
     for (qint64 at = 0; at < bytes.size();) {
-        const qint64 count = file.isOpen() ? file.read(piece.data(), kPiece) : -1;
+        const qint64 count = file.read(piece.data(), kPiece);
         if (count <= 0 || at + count > bytes.size() ||
-            std::memcmp(piece.data(), bytes.constData() + at, count) != 0)
+            std::memcmp(piece.data(), bytes.constData() + at, static_cast<size_t>(count)) != 0)
             return false;
         at += count;
     }
     return true;
 }
 
-bool isSameFile(const QByteArray &path, const QByteArray &other)
+bool haveSameBytes(const FileDescriptor &a, const FileDescriptor &b)
 {
-    struct stat status = {};
-    if (::stat(other.constData(), &status) != 0 || !isRegular(path, status.st_size))
+    if (a.sizeOfFile() < 0 || a.sizeOfFile() != b.sizeOfFile())
         return false;
-    const Descriptor a(path, O_RDONLY | O_NOFOLLOW);
-    const Descriptor b(other, O_RDONLY);
     std::array<char, kPiece> pieceOfA;
     std::array<char, kPiece> pieceOfB;
     for (;;) {
-        const qint64 count = a.isOpen() && b.isOpen() ? a.read(pieceOfA.data(), kPiece) : -1;
+        const qint64 count = a.read(pieceOfA.data(), kPiece);
         if (count < 0 || b.read(pieceOfB.data(), kPiece) != count ||
-            std::memcmp(pieceOfA.data(), pieceOfB.data(), count) != 0)
+            std::memcmp(pieceOfA.data(), pieceOfB.data(), static_cast<size_t>(count)) != 0)
+            return false;
+        if (count < kPiece)
+            return true;
+    }
+}
+
+bool copyBytes(const FileDescriptor &from, const FileDescriptor &to)
+{
+    std::array<char, kPiece> piece;
+    for (;;) {
+        const qint64 count = from.read(piece.data(), kPiece);
+        if (count < 0 || !to.write(piece.data(), count))
             return false;
         if (count < kPiece)
             return true;
@@ -121,119 +96,190 @@ OutputFolder::Outcome failure(const QString &file, QString &error)
     return OutputFolder::Outcome::Failed;
 }
 
-/// Where a file is made before it is moved into place; one a process is enough.
-QByteArray temporaryFile(const OutputFolder &folder)
-{
-    return QFile::encodeName(folder.stagingFolder()) + "/whole-" + QByteArray::number(::getpid());
-}
-
 } // namespace
 
-OutputFolder::OutputFolder(QString folder) : _folder(std::move(folder)) {}
+OutputFolder::OutputFolder(QString folder)
+    : _folder(std::move(folder)), _root(FileDescriptor::open(_folder, O_RDONLY | O_DIRECTORY))
+{
+}
 
 QString OutputFolder::stagingFolder() const
 {
-    return pathOf(kBuilderFolder + u"/staging"_s);
+    return pathOf(kBuilderFolder + u'/' + QLatin1StringView(kStaging));
 }
 
-bool OutputFolder::prepareFolderOf(const QString &file, QString &error)
+FileDescriptor OutputFolder::staging() const
 {
-    const QString folder = file.left(std::max<qsizetype>(file.lastIndexOf(u'/'), 0));
-    if (folder.isEmpty() || _prepared.contains(folder))
-        return true;
-    if (!prepareFolderOf(folder, error))
-        return false;
-    const QByteArray path = QFile::encodeName(pathOf(folder));
-    struct stat status = {};
-    if (::lstat(path.constData(), &status) != 0) {
-        if (::mkdir(path.constData(), 0777) != 0 && errno != EEXIST) {
-            failure(folder, error);
-            return false;
+    return _root.folderIn(QFile::encodeName(kBuilderFolder)).folderIn(kStaging);
+}
+
+/// The folder that a file lies in; made, with those above it, where it is missing.
+FileDescriptor OutputFolder::folderOf(const QString &file, QString &error) const
+{
+    FileDescriptor folder = _root.folderIn(".");
+    const QStringList names = folderPart(file).split(u'/', Qt::SkipEmptyParts);
+    for (const QString &name : names) {
+        const QByteArray encoded = QFile::encodeName(name);
+        FileDescriptor next = folder.folderIn(encoded);
+        if (!next.isOpen() && errno == ENOENT &&
+            (::mkdirat(folder.number(), encoded.constData(), 0777) == 0 || errno == EEXIST))
+            next = folder.folderIn(encoded);
+        if (!next.isOpen()) {
+            error = errno == ENOTDIR || errno == ELOOP
+                        ? folderPart(file) + u": is no folder but something else"_s
+                        : folderPart(file) + u": "_s + reasonOf(errno);
+            return {};
         }
-    } else if (!S_ISDIR(status.st_mode)) {
-        error = folder + u": is no folder but something else"_s;
-        return false;
+        folder = std::move(next);
     }
-    _prepared.insert(folder);
-    return true;
+    return folder;
 }
 
-OutputFolder::Outcome OutputFolder::moveIntoPlace(const QString &file, const QByteArray &from, QString &error)
+OutputFolder::Outcome OutputFolder::moveIntoPlace(const FileDescriptor &from, const QByteArray &name,
+                                                  const FileDescriptor &folder, const QString &file,
+                                                  QString &error) const
 {
-    const QByteArray to = QFile::encodeName(pathOf(file));
-    if (std::rename(from.constData(), to.constData()) == 0)
+    if (::renameat(from.number(), name.constData(), folder.number(), namePart(file).constData()) == 0)
         return Outcome::Written;
     const Outcome outcome = failure(file, error);
-    ::unlink(from.constData());
+    ::unlinkat(from.number(), name.constData(), 0);
+    return outcome;
+}
+
+/// Makes a file in the staging folder and moves it into place when it is whole.
+template <typename Make>
+OutputFolder::Outcome OutputFolder::publish(const FileDescriptor &folder, const QString &file, QString &error,
+                                            Make make)
+{
+    const QByteArray name = "whole-" + QByteArray::number(::getpid()); // one a process is enough
+    const FileDescriptor from = staging();
+    ::unlinkat(from.number(), name.constData(), 0);
+    FileDescriptor made = from.openIn(name, O_WRONLY | O_CREAT | O_EXCL);
+    if (made.isOpen() && make(made) && made.close())
+        return moveIntoPlace(from, name, folder, file, error);
+    const Outcome outcome = failure(file, error);
+    ::unlinkat(from.number(), name.constData(), 0);
     return outcome;
 }
 
 OutputFolder::Outcome OutputFolder::write(const QString &file, const QByteArray &bytes, QString &error)
 {
-    if (!prepareFolderOf(file, error))
+    const FileDescriptor folder = folderOf(file, error);
+    if (!folder.isOpen())
         return Outcome::Failed;
-    if (holds(QFile::encodeName(pathOf(file)), bytes))
+    if (holds(folder.openIn(namePart(file), O_RDONLY), bytes))
         return Outcome::Unchanged;
-    const QByteArray temporary = temporaryFile(*this);
-    Descriptor made(temporary, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW);
-    if (!made.isOpen() || !made.write(bytes.constData(), bytes.size()) || !made.close()) {
-        const Outcome outcome = failure(file, error);
-        ::unlink(temporary.constData());
-        return outcome;
-    }
-    return moveIntoPlace(file, temporary, error);
+    return publish(folder, file, error,
+                   [&](const FileDescriptor &made) { return made.write(bytes.constData(), bytes.size()); });
 }
 
 OutputFolder::Outcome OutputFolder::take(const QString &file, const QString &staged, QString &error)
 {
-    if (!prepareFolderOf(file, error))
+    const FileDescriptor folder = folderOf(file, error);
+    if (!folder.isOpen())
         return Outcome::Failed;
-    const QByteArray from = QFile::encodeName(staged);
-    if (!isSameFile(QFile::encodeName(pathOf(file)), from))
-        return moveIntoPlace(file, from, error);
-    ::unlink(from.constData());
+    const FileDescriptor from = folderBelow(staging(), folderPart(staged));
+    const QByteArray name = namePart(staged);
+    const FileDescriptor made = from.openIn(name, O_RDONLY);
+    if (made.sizeOfFile() < 0) {
+        error = file + u": what was made for it is no file"_s;
+        return Outcome::Failed;
+    }
+    if (!haveSameBytes(folder.openIn(namePart(file), O_RDONLY), made))
+        return moveIntoPlace(from, name, folder, file, error);
+    ::unlinkat(from.number(), name.constData(), 0);
     return Outcome::Unchanged;
 }
 
 OutputFolder::Outcome OutputFolder::copy(const QString &file, const QString &source, QString &error)
 {
-    if (!prepareFolderOf(file, error))
+    const FileDescriptor folder = folderOf(file, error);
+    if (!folder.isOpen())
         return Outcome::Failed;
-    const QByteArray from = QFile::encodeName(source);
-    if (isSameFile(QFile::encodeName(pathOf(file)), from))
+    const FileDescriptor original = FileDescriptor::open(source, O_RDONLY | O_NONBLOCK);
+    if (original.sizeOfFile() < 0)
+        return failure(file, error);
+    if (haveSameBytes(folder.openIn(namePart(file), O_RDONLY), original))
         return Outcome::Unchanged;
-    const QByteArray temporary = temporaryFile(*this);
-    const Descriptor read(from, O_RDONLY);
-    Descriptor made(temporary, O_WRONLY | O_CREAT | O_TRUNC | O_NOFOLLOW);
-    std::array<char, kPiece> piece;
-    qint64 count = read.isOpen() && made.isOpen() ? kPiece : -1;
-    while (count == kPiece) {
-        count = read.read(piece.data(), kPiece);
-        if (count > 0 && !made.write(piece.data(), count))
-            count = -1;
-    }
-    if (count < 0 || !made.close()) {
-        const Outcome outcome = failure(file, error);
-        ::unlink(temporary.constData());
-        return outcome;
-    }
-    return moveIntoPlace(file, temporary, error);
+    ::lseek(original.number(), 0, SEEK_SET);
+    return publish(folder, file, error,
+                   [&](const FileDescriptor &made) { return copyBytes(original, made); });
 }
 
 bool OutputFolder::remove(const QString &file)
 {
-    for (qsizetype slash = file.indexOf(u'/'); slash > 0; slash = file.indexOf(u'/', slash + 1)) {
-        struct stat status = {};
-        if (::lstat(QFile::encodeName(pathOf(file.left(slash))).constData(), &status) != 0 ||
-            !S_ISDIR(status.st_mode))
-            return false; // what lies behind a link is none of ours
-    }
-    if (::unlink(QFile::encodeName(pathOf(file)).constData()) != 0)
+    const FileDescriptor folder = folderBelow(_root, folderPart(file));
+    if (::unlinkat(folder.number(), namePart(file).constData(), 0) != 0)
         return false;
-    for (qsizetype slash = file.lastIndexOf(u'/'); slash > 0; slash = file.lastIndexOf(u'/', slash - 1)) {
-        _prepared.remove(file.left(slash));
-        if (::rmdir(QFile::encodeName(pathOf(file.left(slash))).constData()) != 0)
+    for (QString above = folderPart(file); !above.isEmpty(); above = folderPart(above)) {
+        const FileDescriptor outer = folderBelow(_root, folderPart(above));
+        if (::unlinkat(outer.number(), namePart(above).constData(), AT_REMOVEDIR) != 0)
             break;
     }
     return true;
+}
+
+bool OutputFolder::prepareStaged(const QString &folder, const QString &inner)
+{
+    const FileDescriptor top = staging();
+    if (!top.isOpen())
+        return false;
+    const auto entriesOf = [](const FileDescriptor &opened) {
+        std::error_code error;
+        QStringList names;
+        const auto path = std::filesystem::path(opened.path().toStdString());
+        if (opened.isOpen()) {
+            for (const auto &entry : std::filesystem::directory_iterator(path, error))
+                names.append(QFile::decodeName(entry.path().filename().c_str()));
+        }
+        return names;
+    };
+    const FileDescriptor outer = folderBelow(top, folder);
+    const FileDescriptor innermost = folderBelow(outer, inner);
+    if (innermost.isOpen() && entriesOf(outer) == QStringList{inner} && entriesOf(innermost).isEmpty())
+        return true;
+    const auto path = std::filesystem::path((top.path() + u'/' + folder).toStdString());
+    std::error_code error;
+    std::filesystem::remove_all(path, error); // removes links, but nothing behind them
+    return ::mkdirat(top.number(), QFile::encodeName(folder).constData(), 0777) == 0 &&
+           ::mkdirat(folderBelow(top, folder).number(), QFile::encodeName(inner).constData(), 0777) == 0;
+}
+
+QStringList OutputFolder::stagedFiles(const QString &folder, QStringList &odd) const
+{
+    const FileDescriptor opened = folderBelow(staging(), folder);
+    QStringList files;
+    if (!opened.isOpen()) {
+        odd.append(folder);
+        return files;
+    }
+    const std::string top = opened.path().toStdString();
+    std::error_code error;
+    for (const auto &entry : std::filesystem::recursive_directory_iterator(top, error)) {
+        const QString name = QFile::decodeName(entry.path().c_str() + top.size() + 1);
+        const auto type = entry.symlink_status(error).type();
+        if (type == std::filesystem::file_type::regular)
+            files.append(folder + u'/' + name);
+        else if (type != std::filesystem::file_type::directory)
+            odd.append(folder + u'/' + name);
+    }
+    files.sort();
+    odd.sort();
+    return files;
+}
+
+bool OutputFolder::clearStaging()
+{
+    removeStaging();
+    const FileDescriptor builder = _root.folderIn(QFile::encodeName(kBuilderFolder));
+    return builder.isOpen() && ::mkdirat(builder.number(), kStaging, 0777) == 0;
+}
+
+void OutputFolder::removeStaging()
+{
+    const FileDescriptor builder = _root.folderIn(QFile::encodeName(kBuilderFolder));
+    std::error_code error;
+    if (builder.isOpen())
+        std::filesystem::remove_all((builder.path() + u'/' + QLatin1StringView(kStaging)).toStdString(),
+                                    error);
 }

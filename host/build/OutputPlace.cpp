@@ -1,6 +1,6 @@
 #include "host/build/OutputPlace.h"
 
-#include "host/build/BuildManifest.h"
+#include "host/build/OutputFolder.h"
 #include "host/site/Site.h"
 
 #include <QDir>
@@ -25,11 +25,6 @@ bool liesIn(const QString &path, const QString &folder)
     return path == folder || path.startsWith(folder.endsWith(u'/') ? folder : folder + u'/');
 }
 
-QString stagingIn(const QString &output)
-{
-    return output + u'/' + kBuilderFolder + u"/staging"_s;
-}
-
 /// A folder that a build has made before, or an empty one.
 bool isOurs(const QString &output)
 {
@@ -52,21 +47,23 @@ OutputPlace::OutputPlace(const QString &folder, const QString &siteFolder, QStri
         error = folder + u": the folder cannot be made or written"_s;
     else if (!isOurs(path))
         error = folder + u": holds files that no build has put there; choose an empty folder"_s;
-    else if (QFileInfo(path + u'/' + kBuilderFolder).isSymLink() || !QDir().mkpath(stagingIn(path)) ||
-             QFileInfo(stagingIn(path)).isSymLink())
+    else if (const QString own = path + u'/' + kBuilderFolder;
+             QFileInfo(own).isSymLink() || !QDir().mkpath(own))
         error = folder + u": the builder's folder in it cannot be made"_s;
     if (!error.isNull())
         return;
     _lock = std::make_unique<QLockFile>(path + u'/' + kBuilderFolder + u"/lock"_s);
     _lock->setStaleLockTime(0); // a long build is still a build
-    if (_lock->tryLock(0))
-        _path = path;
-    else
+    if (!_lock->tryLock(0))
         error = folder + u": another build is running there"_s;
+    else if (!OutputFolder(path).clearStaging())
+        error = folder + u": the builder's folder in it cannot be used"_s;
+    else
+        _path = path;
 }
 
 OutputPlace::~OutputPlace()
 {
     if (!_path.isEmpty())
-        QDir(stagingIn(_path)).removeRecursively();
+        OutputFolder(_path).removeStaging();
 }

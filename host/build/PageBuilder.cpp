@@ -16,7 +16,6 @@
 
 #include <QCoreApplication>
 #include <QDir>
-#include <QDirIterator>
 #include <QPointer>
 
 #include <algorithm>
@@ -56,8 +55,7 @@ class PageBuilder::Making
 public:
     Making(PageBuilder &builder, QString folder, QString filesFolder)
         : _builder(builder), _folder(std::move(folder)), _filesFolder(std::move(filesFolder)),
-          _staging(builder._output.stagingFolder() + u"/making-"_s +
-                   QString::number(QCoreApplication::applicationPid()))
+          _making(u"making-"_s + QString::number(QCoreApplication::applicationPid()))
     {
     }
 
@@ -73,13 +71,14 @@ private:
     [[nodiscard]] QByteArray bytesOf(const ExtraFile &extra);
     void addExtraFiles(const QList<ExtraFile> &extras);
     void addShared(const ExtraFile &extra);
+    [[nodiscard]] QString publishedPathOf(const QString &staged) const;
     void publishStagedFiles();
     void published(const QString &path, OutputFolder::Outcome outcome, const QString &error);
 
     PageBuilder &_builder;
     const QString _folder;      ///< of the page, inside the published site
     const QString _filesFolder; ///< likewise
-    const QString _staging;
+    const QString _making;      ///< folder in the staging folder, and so the next
     QString _stagedFiles;
 
     // Of a page
@@ -95,19 +94,10 @@ QVariant PageBuilder::Making::asked(const QString &operation, Call call)
     return guardedCall(operation, [&] { return _plugin ? QVariant(call(*_plugin)) : QVariant(); });
 }
 
-/// The folders are kept from page to page while nothing is left in them: making and removing them would cost
-/// more than a page of text.
 bool PageBuilder::Making::prepareStaging(const QString &filesFolderName)
 {
-    _stagedFiles = _staging + u'/' + filesFolderName;
-    constexpr QDir::Filters kEverything =
-        QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot;
-    const bool isClean = QDir(_staging).entryList(kEverything) == QStringList{filesFolderName} &&
-                         QDir(_stagedFiles).isEmpty(kEverything);
-    if (isClean)
-        return true;
-    QDir(_staging).removeRecursively();
-    if (QDir().mkpath(_stagedFiles))
+    _stagedFiles = _making + u'/' + filesFolderName;
+    if (_builder._output.prepareStaged(_making, filesFolderName))
         return true;
     complain(u"the folder for files in the making cannot be made"_s, _stagedFiles);
     return false;
@@ -119,8 +109,8 @@ void PageBuilder::Making::makePage(qsizetype index, QFAbstractPlugin *plugin)
     const SitePage &page = context.site.pages.at(index);
     _index = index;
     _plugin = plugin;
-    const QVariantMap params =
-        context.parameters.ofPage(page, _builder._document.page(index)->attributes(), _staging);
+    const QVariantMap params = context.parameters.ofPage(page, _builder._document.page(index)->attributes(),
+                                                         _builder._output.stagingFolder() + u'/' + _making);
     _filler.emplace(context, index, plugin, params, &_builder._theme, &_builder._plainTheme);
     if (context.site.normaliseImages && respondsTo(_plugin, "normaliseImages", 0))
         send(_plugin, "normaliseImages");
@@ -191,7 +181,11 @@ QByteArray PageBuilder::Making::bytesOf(const ExtraFile &extra)
 
 void PageBuilder::Making::addExtraFiles(const QList<ExtraFile> &extras)
 {
-    QSet<QString> taken;
+    QSet<QString> taken; // paths, in lower case
+    QStringList odd;
+    const QStringList staged = _builder._output.stagedFiles(_stagedFiles, odd);
+    for (const QString &file : staged)
+        taken.insert(publishedPathOf(file).toLower());
     for (const ExtraFile &extra : extras) {
         const bool isInFilesFolder =
             extra.destination.isNull() || extra.destination.startsWith(_filesFolder + u'/');
@@ -201,8 +195,7 @@ void PageBuilder::Making::addExtraFiles(const QList<ExtraFile> &extras)
         }
         const QString path =
             extra.destination.isNull() ? joinedPath(_filesFolder, extra.name) : extra.destination;
-        if (taken.contains(path.toLower()) ||
-            QFileInfo::exists(_stagedFiles + path.mid(_filesFolder.size()))) {
+        if (taken.contains(path.toLower())) {
             complain(u"a file of the page has the name of an extra file, which is left out"_s, path);
             continue;
         }
@@ -220,39 +213,36 @@ void PageBuilder::Making::addExtraFiles(const QList<ExtraFile> &extras)
 /// A file in a folder of which others may want a part: it is made here and published by who sees all pages.
 void PageBuilder::Making::addShared(const ExtraFile &extra)
 {
-    const QString staged = _builder._output.stagingFolder() + u"/shared-"_s +
-                           QString::number(QCoreApplication::applicationPid()) + u'-' +
+    const QString staged = u"shared-"_s + QString::number(QCoreApplication::applicationPid()) + u'-' +
                            QString::number(_index) + u'-' + QString::number(result.shared.size());
-    QFile file(staged);
-    const QByteArray bytes = bytesOf(extra);
-    if (file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() && file.flush())
-        result.shared.append({extra.destination, staged});
+    QString error;
+    const QString path =
+        _builder._output.stagingFolder().mid(_builder._output.path().size() + 1) + u'/' + staged;
+    const OutputFolder::Outcome outcome = _builder._output.write(path, bytesOf(extra), error);
+    if (outcome == OutputFolder::Outcome::Failed)
+        published(extra.destination, outcome, error);
     else
-        published(extra.destination, OutputFolder::Outcome::Failed,
-                  extra.destination + u": "_s + file.errorString());
+        result.shared.append({extra.destination, staged});
+}
+
+/// Where a staged file of the page is published.
+QString PageBuilder::Making::publishedPathOf(const QString &staged) const
+{
+    return joinedPath(_filesFolder, staged.mid(_stagedFiles.size() + 1));
 }
 
 /// What the plug-in and the exporter have written into the folder of files.
 void PageBuilder::Making::publishStagedFiles()
 {
-    QStringList files;
-    QDirIterator entries(_stagedFiles, QDir::AllEntries | QDir::Hidden | QDir::System | QDir::NoDotAndDotDot,
-                         QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
-        const QString path = entries.next();
-        if (!entries.fileInfo().isDir() || entries.fileInfo().isSymLink())
-            files.append(path);
-    }
-    files.sort();
-    for (const QString &file : std::as_const(files)) {
-        const QString path = joinedPath(_filesFolder, file.mid(_stagedFiles.size() + 1));
-        const QFileInfo info(file);
+    QStringList odd;
+    const QStringList files = _builder._output.stagedFiles(_stagedFiles, odd);
+    for (const QString &file : files) {
         QString error;
-        if (info.isSymLink() || !info.isFile())
-            complain(u"a link or device is not published"_s, path);
-        else
-            published(path, _builder._output.take(path, file, error), error);
+        const QString path = publishedPathOf(file);
+        published(path, _builder._output.take(path, file, error), error);
     }
+    for (const QString &name : std::as_const(odd))
+        complain(u"a link or device, or something in place of a folder, is not published"_s, name);
 }
 
 void PageBuilder::Making::published(const QString &path, OutputFolder::Outcome outcome, const QString &error)

@@ -20,7 +20,7 @@ struct BuiltFile
 struct SharedFile
 {
     QString path;
-    QString staged;
+    QString staged; ///< inside the staging folder
 };
 
 /// What making a page came to.

@@ -139,6 +139,7 @@ void Build::plan()
         if (!page.isExternal())
             kinds.insert(page.plugin);
     }
+    result.pages = result.failed = _context.site.leftOut;
     _kinds = QStringList(kinds.begin(), kinds.end());
     _kinds.sort();
     for (qsizetype i = 0; i < pages.size(); ++i) {
@@ -351,7 +352,9 @@ void Build::findOrphans()
             QDir::cleanPath(path) == path && !path.startsWith(u"../") && !path.startsWith(u'/');
         if (current.contains(path) || !isClean || !FileStamp::ofFile(_output.pathOf(path)).exists())
             continue;
-        if (_request.prune && _output.remove(path))
+        // A page that a fault in site.json leaves out would lose its files.
+        const bool isPruned = _request.prune && _context.site.leftOut == 0;
+        if (isPruned && _output.remove(path))
             result.pruned.append(path);
         else
             _now.orphans.append(path);
@@ -392,7 +395,8 @@ void Build::finish()
                             _now.copies.size() == _earlier.copies.size() && _now.root == _earlier.root &&
                             _now.index == _earlier.index;
     QString error;
-    if (!isAsBefore && !_now.write(_context.output, error)) {
+    if (!isAsBefore &&
+        _output.write(BuildManifest::file(), _now.toJson(), error) == OutputFolder::Outcome::Failed) {
         result.records.append(record(error, {}));
         result.isWhole = false;
     }
@@ -401,14 +405,17 @@ void Build::finish()
 /// A copy of the site's preferences, which plug-ins may change as they like; empty where the site has none.
 QString preferencesFor(const Site &site, const QString &output)
 {
-    const QString folder = output + u'/' + kBuilderFolder + u"/staging/preferences"_s;
-    QDir(folder).removeRecursively();
-    QDir().mkpath(folder);
+    OutputFolder folder(output);
+    const QString inside = folder.stagingFolder().mid(output.size() + 1) + u"/preferences"_s;
     const QFileInfoList files =
         QDir(site.folder + u"/preferences"_s).entryInfoList({u"*.plist"_s}, QDir::Files);
-    for (const QFileInfo &file : files)
-        QFile::copy(file.filePath(), folder + u'/' + file.fileName());
-    return folder;
+    for (const QFileInfo &file : files) {
+        QString error;
+        if (folder.copy(inside + u'/' + file.fileName(), file.filePath(), error) ==
+            OutputFolder::Outcome::Failed)
+            reportLoss(u"build"_s, u"preferences could not be read: "_s + error, file.filePath());
+    }
+    return folder.pathOf(inside);
 }
 
 BuildResult failure(const QString &error, const QFReport &report)

@@ -36,7 +36,7 @@ struct BuildResult
     bool isCancelled = false;
     qsizetype pages = 0;   ///< that the site has, without external ones
     qsizetype made = 0;    ///< that were made anew
-    qsizetype failed = 0;  ///< that could not be made, or not with all their files
+    qsizetype failed = 0;  ///< that could not be made or were left out for a fault in site.json
     bool isWhole = true;   ///< false when a file that belongs to no page could not be written
     qsizetype files = 0;   ///< that the published site has
     qsizetype written = 0; ///< whose bytes have changed

@@ -14,6 +14,7 @@
 #include <poll.h>
 #include <sys/prctl.h>
 #include <sys/socket.h>
+#include <sys/time.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <utility>
@@ -22,6 +23,9 @@
 using namespace Qt::StringLiterals;
 
 namespace {
+
+constexpr quint64 kMaximumMessage = quint64(256) << 20;
+constexpr time_t kSecondsForMessage = 30; // from its beginning to its end
 
 enum class Message : quint8 { Progress, Result };
 
@@ -145,6 +149,8 @@ Worker::Worker(const WorkerPool::Task &task)
         }
     }
     ::close(ends[1]);
+    const timeval patience{kSecondsForMessage, 0};
+    ::setsockopt(ends[0], SOL_SOCKET, SO_RCVTIMEO, &patience, sizeof patience);
     if (_process > 0)
         _socket = ends[0];
     else
@@ -164,8 +170,11 @@ Worker::~Worker()
 
 bool Worker::receive(const WorkerPool::Events &events)
 {
+    // A plug-in may have written into the socket, or sent a copy of its process here.
     Header header;
-    if (!receiveAll(_socket, reinterpret_cast<char *>(&header), sizeof header))
+    if (!receiveAll(_socket, reinterpret_cast<char *>(&header), sizeof header) ||
+        header.size > kMaximumMessage ||
+        (header.message != Message::Progress && header.message != Message::Result) || !isBusy())
         return false;
     QByteArray content(static_cast<qsizetype>(header.size), Qt::Uninitialized);
     if (!receiveAll(_socket, content.data(), header.size))

@@ -65,7 +65,8 @@ struct Site
     QList<SitePage> pages; ///< each before its children, in the order of the navigation
     QList<qsizetype> topPages;
     QHash<QString, qsizetype> indexOfID;
-    PathClaims claims; ///< the places of the pages
+    qsizetype leftOut = 0; ///< pages that cannot be built
+    PathClaims claims;     ///< the places of the pages
 
     [[nodiscard]] QString file() const { return folder + QStringLiteral("/site.json"); }
     [[nodiscard]] const SitePage *pageNamed(const QString &id) const;

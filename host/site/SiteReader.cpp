@@ -18,6 +18,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qsizetype kMaximumNameLength = 200;
+constexpr QStringView kUsualIndex = u"index.html";
 constexpr int kMaximumSources = 64; ///< of settings, one behind the other
 
 bool isSafeCharacter(QChar unit)
@@ -66,6 +67,7 @@ void Reader::readPages(const QJsonArray &pages, const QString &place, qsizetype 
         KeyReader keys(pages.at(i).toObject(), _file, pagePlace);
         if (!pages.at(i).isObject()) {
             KeyReader({}, _file, {}).complain(pagePlace, u"should be an object"_s);
+            ++_site.leftOut;
             continue;
         }
         if (_site.pages.size() >= SiteReader::kMaximumPages) {
@@ -82,6 +84,7 @@ void Reader::readPages(const QJsonArray &pages, const QString &place, qsizetype 
         keys.complainOfUnknownKeys();
         const QString below = page.isExternal() ? folder : page.folder;
         qsizetype childrensParent = parent;
+        _site.leftOut += isGood ? 0 : 1;
         if (isGood) {
             childrensParent = _site.pages.size();
             (parent >= 0 ? _site.pages[parent].children : _site.topPages).append(childrensParent);
@@ -279,7 +282,11 @@ std::optional<Site> SiteReader::read(const QString &folder, QString &error)
     site.baseURL = keys.string(u"baseURL"_s, u"/"_s);
     site.theme = containedFolder(keys, u"theme"_s, site.folder);
     site.assets = containedFolder(keys, u"assets"_s, site.folder);
-    site.index = keys.string(u"index"_s, u"index.html"_s);
+    site.index = keys.string(u"index"_s, kUsualIndex.toString());
+    if (!isSafeName(site.index)) {
+        keys.complain(u"index"_s, u"is no safe name"_s);
+        site.index = kUsualIndex.toString();
+    }
     site.footer = keys.string(u"footer"_s, u""_s);
     site.normaliseImages = keys.boolean(u"normaliseImages"_s, false);
     Reader reader(site, site.file());

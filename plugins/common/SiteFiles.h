@@ -44,6 +44,8 @@ inline QString named(const QFAbstractPlugin &plugin, const QString &name)
         return QString();
     };
     const QString site = siteFolder(plugin);
+    if (name.isEmpty())
+        return refused(QStringLiteral("The page's setting \"source\" names no file"));
     if (site.isEmpty())
         return refused(QStringLiteral("The site has no folder to read files from"));
     const QString path = staysInside(name) ? QFileInfo(site + u'/' + name).canonicalFilePath() : QString();

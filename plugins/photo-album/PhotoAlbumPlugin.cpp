@@ -134,7 +134,7 @@ void PhotoAlbumPlugin::cancelExport()
     _isCancelled = true;
 }
 
-QList<Photo> PhotoAlbumPlugin::photosInOrder() const
+std::optional<QList<Photo>> PhotoAlbumPlugin::photosInOrder() const
 {
     const QString folder = SiteFiles::named(*this, _source);
     if (folder.isNull())
@@ -153,7 +153,8 @@ std::optional<Photo> PhotoAlbumPlugin::photoForSubpage(const QString &subpageID)
     QFReport
         unheard; // what is wrong with the album is said when it is made, not by each page that links to it
     const QFReport::Installed scope(unheard);
-    for (const Photo &photo : photosInOrder()) {
+    const QList<Photo> photos = photosInOrder().value_or(QList<Photo>());
+    for (const Photo &photo : photos) {
         if (photo.ID == subpageID || photo.fileName == subpageID)
             return photo;
     }
@@ -184,9 +185,8 @@ QString PhotoAlbumPlugin::language() const
     return respondsTo(document(), "language", 0) ? stringValue(send(document(), "language")) : QString();
 }
 
-void PhotoAlbumPlugin::exportPictures(const QVariantMap &params)
+void PhotoAlbumPlugin::exportPictures(const QList<Photo> &photos, const QVariantMap &params)
 {
-    _exported.clear();
     const QString folder = SiteFiles::filesFolder(params);
     if (folder.isNull()) {
         reportLoss(u"export"_s, u"The host does not say where the page is written"_s);
@@ -194,7 +194,6 @@ void PhotoAlbumPlugin::exportPictures(const QVariantMap &params)
     }
     const QPointer<QObject> page = QFHost::pageFromUniqueID(document(), uniqueID());
     const qint32 quality = qualityFor(page);
-    const QList<Photo> photos = photosInOrder();
     for (qsizetype number = 0; number < photos.size() && !_isCancelled; ++number) {
         const Photo &photo = photos[number];
         broadcastPluginExportStatus(formatted(u"Photograph %d of %d", {number + 1, photos.size()}),
@@ -213,7 +212,11 @@ void PhotoAlbumPlugin::exportPictures(const QVariantMap &params)
 QVariant PhotoAlbumPlugin::contentHTML(const QVariantMap &params)
 {
     _isCancelled = false;
-    exportPictures(params);
+    const std::optional<QList<Photo>> photos = photosInOrder();
+    _exported.clear();
+    if (!photos)
+        return {};
+    exportPictures(*photos, params);
     broadcastPluginExportStatus(u"Album written"_s, 1);
     if (_exported.isEmpty())
         return AlbumMarkup::emptyAlbum();

@@ -71,11 +71,11 @@ private:
         QSize photoSize;
     };
 
-    [[nodiscard]] QList<Photo> photosInOrder() const;
+    [[nodiscard]] std::optional<QList<Photo>> photosInOrder() const;
     [[nodiscard]] std::optional<Photo> photoForSubpage(const QString &subpageID) const;
     [[nodiscard]] QString captionOf(const Photo &photo) const;
     [[nodiscard]] QString language() const;
-    void exportPictures(const QVariantMap &params);
+    void exportPictures(const QList<Photo> &photos, const QVariantMap &params);
     [[nodiscard]] QString photoPageHTML(qsizetype number, const QVariantMap &params) const;
     [[nodiscard]] QString entirePhotoPage(qsizetype number, const QVariantMap &params) const;
     [[nodiscard]] QVariantMap photoPageRecord(qsizetype number, const QVariantMap &params) const;

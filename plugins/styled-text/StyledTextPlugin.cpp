@@ -87,7 +87,7 @@ bool StyledTextPlugin::hostReadsDocuments() const
 
 QStringList StyledTextPlugin::filesReadForExport() const
 {
-    return hostReadsDocuments() ? QStringList() : SiteFiles::watched(*this, {_source, _sidebar});
+    return SiteFiles::watched(*this, {_source, _sidebar});
 }
 
 std::optional<NSAttributedString> StyledTextPlugin::readText(const QString &name) const
@@ -108,11 +108,11 @@ std::optional<NSAttributedString> StyledTextPlugin::readText(const QString &name
     return text.value<NSAttributedString>();
 }
 
-NSAttributedString StyledTextPlugin::text(const QString &name) const
+std::optional<NSAttributedString> StyledTextPlugin::text(const QString &name) const
 {
-    const NSAttributedString text = readText(name).value_or(NSAttributedString());
-    if (_normalisesImages)
-        Attachments::normaliseImageAttachments(text);
+    std::optional<NSAttributedString> text = readText(name);
+    if (text && _normalisesImages)
+        Attachments::normaliseImageAttachments(*text);
     return text;
 }
 
@@ -137,7 +137,10 @@ QString StyledTextPlugin::exported(const NSAttributedString &text, const QString
 QVariant StyledTextPlugin::contentHTML(const QVariantMap &params)
 {
     broadcastPluginExportStatus(u"Reading the text"_s, 0);
-    const NSAttributedString content = text(_source);
+    const std::optional<NSAttributedString> source = text(_source);
+    if (!source)
+        return {};
+    const NSAttributedString &content = *source;
     _description = beginning(content);
     _showsMovies = false;
     broadcastPluginExportStatus(u"Writing the page"_s, 0.3F);
@@ -151,7 +154,8 @@ QVariant StyledTextPlugin::sidebarHTML(const QVariantMap &params)
     if (_sidebar.isEmpty())
         return {};
     // Pictures of both texts lie in one folder.
-    return exported(text(_sidebar), _imagePrefix + u"-sidebar"_s, params);
+    const NSAttributedString sidebar = text(_sidebar).value_or(NSAttributedString());
+    return exported(sidebar, _imagePrefix + u"-sidebar"_s, params);
 }
 
 QVariant StyledTextPlugin::pageContentHeaders(const QVariantMap & /*params*/)

@@ -43,7 +43,7 @@ private:
     [[nodiscard]] bool hostReadsDocuments() const;
     [[nodiscard]] std::optional<NSAttributedString> readText(const QString &name) const;
     /// The document of that name; empty when it cannot be read.
-    [[nodiscard]] NSAttributedString text(const QString &name) const;
+    [[nodiscard]] std::optional<NSAttributedString> text(const QString &name) const;
     [[nodiscard]] QString exported(const NSAttributedString &text, const QString &prefix,
                                    const QVariantMap &params);
 

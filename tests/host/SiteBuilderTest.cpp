@@ -194,7 +194,9 @@ map for prefix        | 'does': {'pageContentPrefix': {}}           | 3 | someth
 text for files        | 'does': {'extraFilesNeededInExportFolder': 'x'} | 3 | the plug-in's list of extra files is no list
 number for reads      | 'does': {'filesReadForExport': 7}           | 3 |
 wrong settings        | 'does': 7                                   | 3 | Error applying plugin settings
-links for files       | 'links': {'l': '/etc/passwd', 'd': '/etc'}  | 3 | a link or device is not published
+links for files       | 'links': {'l': '../../../../../outside/kept', 'd': '../../../../../outside'} | 3 | is not published
+link for the folder   | 'links': {'.': '../../../../outside'}       | 3 | is not published
+link for its folder   | 'links': {'..': '../../../outside'}         | 3 | is not published
 )"_s);
 }
 
@@ -202,6 +204,7 @@ void SiteBuilderTest::survivesBadPlugins()
 {
     QFETCH(QString, settings);
     QFETCH(QString, says);
+    maker->write(u"outside/kept"_s, "kept");
     const BuildResult result = buildPages(u"{'id': 'home', *}, {'id': 'bad', @, 'settings': {"_s + settings +
                                           u"}}, {'id': 'last', *}"_s);
     const QString messages = messagesOf(result.records);
@@ -212,7 +215,8 @@ void SiteBuilderTest::survivesBadPlugins()
     QCOMPARE(filesIn(u"out"_s), (result.made == 3 ? u"bad/index.html "_s : QString()) +
                                     u"index.html last/index.html theme/styles.css"_s);
     QCOMPARE(QDir(maker->path({})).entryList(QDir::AllEntries | QDir::Hidden | QDir::NoDotAndDotDot),
-             QStringList({u"out"_s, u"site"_s}));
+             QStringList({u"out"_s, u"outside"_s, u"site"_s}));
+    QCOMPARE(filesIn(u"outside"_s), u"kept"_s);
 }
 
 void SiteBuilderTest::publishesExtraFiles_data()
@@ -435,7 +439,6 @@ with files of others    | foreign      | holds files that no build has put there
 below a file            | file/out     | cannot be made or written
 where nobody may write  | /proc/out    | cannot be made or written
 builder's folder a link | linked       | the builder's folder in it cannot be made
-staging folder a link   | staged       | the builder's folder in it cannot be made
 being built into        | locked       | another build is running there
 )"_s);
 }
@@ -447,12 +450,10 @@ void SiteBuilderTest::refusesOutputFolders()
     maker->writePages(u"{'id': 'home', *}"_s);
     maker->write(u"foreign/.hidden"_s, "");
     maker->write(u"file"_s, "");
-    maker->write(u"staged/.qf/x"_s, "");
     QDir().mkpath(maker->path(u"linked"_s));
     QDir().mkpath(maker->path(u"locked/.qf"_s));
     QVERIFY(QFile::link(maker->site(), maker->path(u"link"_s)));
     QVERIFY(QFile::link(maker->path(u"foreign"_s), maker->path(u"linked/.qf"_s)));
-    QVERIFY(QFile::link(maker->path(u"foreign"_s), maker->path(u"staged/.qf/staging"_s)));
     QLockFile lock(maker->path(u"locked/.qf/lock"_s));
     QVERIFY(lock.tryLock(0));
     const QMap<QString, QByteArray> files = maker->files(u""_s);
@@ -476,6 +477,7 @@ void SiteBuilderTest::followsNoLinksInTheOutput()
     QVERIFY(QFile::link(maker->path(u"outside"_s), maker->path(u"out/a"_s)));
     QDir(maker->path(u"out/b/index_files"_s)).removeRecursively();
     QVERIFY(QFile::link(maker->path(u"outside"_s), maker->path(u"out/b/index_files"_s)));
+    QVERIFY(QFile::link(maker->path(u"outside"_s), maker->path(u"out/.qf/staging"_s)));
     const BuildResult result = build();
     QCOMPARE(result.failed, 2);
     QVERIFY2(messagesOf(result.records).contains(u"a|a: is no folder but something else"),

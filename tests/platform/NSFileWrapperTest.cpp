@@ -122,7 +122,7 @@ void NSFileWrapperTest::keepsChildrenInside_data()
     QTest::addColumn<QString>("name");
     QTest::addColumn<QString>("written");
     QTest::newRow("upwards") << u"../../out"_s << u"out"_s;
-    QTest::newRow("from the root") << u"/etc/out"_s << u"out"_s;
+    QTest::newRow("from the root") << u"/nowhere/out"_s << u"out"_s;
     QTest::newRow("parent") << u"a/.."_s << QString();
     QTest::newRow("itself") << u"."_s << QString();
     QTest::newRow("root") << u"/"_s << QString();

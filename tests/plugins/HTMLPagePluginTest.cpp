@@ -130,7 +130,7 @@ void HTMLPagePluginTest::readsNothingOutsideTheSite()
 {
     QFETCH(const QString, source);
     SmallSite site;
-    QVERIFY(QFile::link(u"/etc"_s, site.path(u"way-out"_s)));
+    site.linkOut(u"way-out"_s);
     ModulePage page(site);
     page.set({{u"source"_s, source}});
     QCOMPARE(page.problemsWhileMaking(site.params()), QStringList(u"source"_s));

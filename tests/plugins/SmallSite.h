@@ -53,7 +53,16 @@ public:
         return params;
     }
 
+    /// A link to a folder outside the site, in which there is a file "secret".
+    void linkOut(const QString &name) const
+    {
+        QFile secret(outside.filePath(u"secret"_s));
+        QVERIFY(secret.open(QIODevice::WriteOnly) && secret.write("secret") > 0);
+        QVERIFY(QFile::link(outside.path(), path(name)));
+    }
+
     QTemporaryDir folder;
+    QTemporaryDir outside;
 };
 
 /// The page "page" of a small site, made by the module under test.
@@ -103,10 +112,10 @@ inline void addForbiddenSources()
     QTest::addColumn<QString>("source");
     QTest::newRow("none") << QString();
     QTest::newRow("missing") << u"missing.html"_s;
-    QTest::newRow("absolute") << u"/etc/hostname"_s;
+    QTest::newRow("absolute") << u"/proc/version"_s;
     QTest::newRow("upward") << u"../outside/secret"_s;
     QTest::newRow("upward within") << u"pages/../../outside/secret"_s;
     QTest::newRow("a link that leads out") << u"way-out"_s;
-    QTest::newRow("below a link that leads out") << u"way-out/hostname"_s;
+    QTest::newRow("below a link that leads out") << u"way-out/secret"_s;
     QTest::newRow("zero unit") << u"a\0b"_s;
 }

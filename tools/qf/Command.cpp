@@ -7,6 +7,7 @@
 #include <QJsonDocument>
 #include <QSaveFile>
 
+#include <algorithm>
 #include <cstdio>
 
 using namespace Qt::StringLiterals;
@@ -30,7 +31,11 @@ std::optional<int> parsed(QCommandLineParser &parser, const QStringList &argumen
 
 void complain(const QString &sentence)
 {
-    std::fprintf(stderr, "qf: %s\n", sentence.toUtf8().constData());
+    // Names out of files are foreign text: nothing of it may end the line or move the cursor.
+    QString line = sentence;
+    std::replace_if(
+        line.begin(), line.end(), [](QChar unit) { return unit.category() == QChar::Other_Control; }, u' ');
+    std::fprintf(stderr, "qf: %s\n", line.toUtf8().constData());
 }
 
 int wrongUsage(const QString &sentence)

@@ -138,8 +138,13 @@ private:
             if (written.open(QIODevice::WriteOnly))
                 written.write(file.value().toString().toUtf8());
         }
-        for (auto link = _links.begin(); link != _links.end(); ++link)
-            QFile::link(link.value().toString(), folder + u'/' + link.key());
+        for (auto link = _links.begin(); link != _links.end(); ++link) {
+            // "." is the folder of files itself, ".." the one that the page is being written to.
+            const QString place = QDir::cleanPath(folder + u'/' + link.key());
+            if (link.key().startsWith(u'.'))
+                QDir(place).removeRecursively();
+            QFile::link(link.value().toString(), place);
+        }
     }
     /// What is to happen in an operation: no member may be touched behind it.
     QVariant answer(const char *operation, const QVariant &usual)
