@@ -56,9 +56,9 @@ QString ExportParameters::rootPath() const
     if (_mode == BuildMode::Preview)
         return u"/"_s;
     QString path = QUrl(_site.baseURL).path(QUrl::FullyEncoded);
-    if (!path.startsWith(u'/'))
-        path.prepend(u'/');
-    return path.endsWith(u'/') ? path : path + u'/';
+    path = u'/' + path + u'/';
+    // Two slashes at the start would name a server.
+    return QFStringUtilities::stripRepeatedPathSeparators(path);
 }
 
 QString ExportParameters::styleOf(const SitePage &page) const
