@@ -7,10 +7,10 @@
 #include "platform/QFReport.h"
 #include "platform/Values.h"
 #include "plugin/QFExportParams.h"
+#include "plugin/QFPluginClass.h"
 #include "plugins/common/PluginSettings.h"
 #include "plugins/common/SiteFiles.h"
 #include "plugins/html/HTMLLinks.h"
-#include "plugins/html/HTMLPagePluginClass.h"
 
 #include <QRegularExpression>
 #include <QStringDecoder>
@@ -42,7 +42,7 @@ bool isAsset(QObject *document, const QString &name)
 
 } // namespace
 
-HTMLPagePlugin::HTMLPagePlugin(HTMLPagePluginClass &kind) : _kind(kind) {}
+HTMLPagePlugin::HTMLPagePlugin(QFPluginClass &kind) : _kind(kind) {}
 
 QFPluginClass *HTMLPagePlugin::pluginClass() const
 {

@@ -2,7 +2,7 @@
 
 #include "plugin/QFAbstractPlugin.h"
 
-class HTMLPagePluginClass;
+class QFPluginClass;
 
 /// A page that is written in HTML: a fragment, or the body of a whole document, whose head's styles and
 /// scripts come along. Addresses such as "page:ID" and "asset:NAME" lead to pages and files of the site.
@@ -16,7 +16,7 @@ class HTMLPagePlugin final : public QFAbstractPlugin
     Q_PROPERTY(QString contentPrefix MEMBER _contentPrefix)
 
 public:
-    explicit HTMLPagePlugin(HTMLPagePluginClass &kind);
+    explicit HTMLPagePlugin(QFPluginClass &kind);
 
     [[nodiscard]] QFPluginClass *pluginClass() const override;
 
@@ -41,7 +41,7 @@ private:
                                          const QString &subpageID) const;
     [[nodiscard]] QString assetAddress(const QString &name, const QVariantMap &params) const;
 
-    HTMLPagePluginClass &_kind;
+    QFPluginClass &_kind;
     QString _source;
     QString _sidebar;
     QString _contentPrefix;

@@ -8,9 +8,9 @@
 #include "platform/QFReport.h"
 #include "platform/Values.h"
 #include "plugin/QFExportParams.h"
+#include "plugin/QFPluginClass.h"
 #include "plugins/common/PluginSettings.h"
 #include "plugins/common/SiteFiles.h"
-#include "plugins/photo-album/PhotoAlbumPluginClass.h"
 #include "plugins/photo-album/PhotoFolder.h"
 
 using namespace Qt::StringLiterals;
@@ -81,7 +81,7 @@ QString originalName(const Photo &photo)
 
 } // namespace
 
-PhotoAlbumPlugin::PhotoAlbumPlugin(PhotoAlbumPluginClass &kind) : _kind(kind) {}
+PhotoAlbumPlugin::PhotoAlbumPlugin(QFPluginClass &kind) : _kind(kind) {}
 
 QFPluginClass *PhotoAlbumPlugin::pluginClass() const
 {

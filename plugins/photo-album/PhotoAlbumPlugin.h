@@ -10,7 +10,7 @@
 #include <atomic>
 #include <optional>
 
-class PhotoAlbumPluginClass;
+class QFPluginClass;
 
 /// A page of small pictures, one for each photograph in a folder, and a subpage for each with the large one.
 /// The subpage's ID, in links from other pages, is the name of the photograph's file, with or without its
@@ -33,7 +33,7 @@ class PhotoAlbumPlugin final : public QFAbstractPlugin
     Q_PROPERTY(bool offerOriginals MEMBER _offerOriginals)
 
 public:
-    explicit PhotoAlbumPlugin(PhotoAlbumPluginClass &kind);
+    explicit PhotoAlbumPlugin(QFPluginClass &kind);
 
     [[nodiscard]] QFPluginClass *pluginClass() const override;
 
@@ -80,7 +80,7 @@ private:
     [[nodiscard]] QString entirePhotoPage(qsizetype number, const QVariantMap &params) const;
     [[nodiscard]] QVariantMap photoPageRecord(qsizetype number, const QVariantMap &params) const;
 
-    PhotoAlbumPluginClass &_kind;
+    QFPluginClass &_kind;
     QString _source;
     int _thumbnailSize = 480;
     int _photoSize = 1440;

@@ -7,9 +7,9 @@
 #include "platform/QFHost.h"
 #include "platform/QFReport.h"
 #include "plugin/QFExportParams.h"
+#include "plugin/QFPluginClass.h"
 #include "plugins/common/PluginSettings.h"
 #include "plugins/common/SiteFiles.h"
-#include "plugins/styled-text/StyledTextPluginClass.h"
 #include "text/QFStrings.h"
 
 using namespace Qt::StringLiterals;
@@ -54,7 +54,7 @@ QString filled(const QString &format, const QString &address)
 
 } // namespace
 
-StyledTextPlugin::StyledTextPlugin(StyledTextPluginClass &kind) : _kind(kind) {}
+StyledTextPlugin::StyledTextPlugin(QFPluginClass &kind) : _kind(kind) {}
 
 QFPluginClass *StyledTextPlugin::pluginClass() const
 {

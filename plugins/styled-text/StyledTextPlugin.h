@@ -5,7 +5,7 @@
 
 #include <optional>
 
-class StyledTextPluginClass;
+class QFPluginClass;
 
 /// A page that is one styled text, with another one for the sidebar if there is one. The host reads the
 /// documents; where it does not know how to, archives of styled text are read here.
@@ -20,7 +20,7 @@ class StyledTextPlugin final : public QFAbstractPlugin
     Q_PROPERTY(bool allowWebUnsafeFonts MEMBER _allowWebUnsafeFonts)
 
 public:
-    explicit StyledTextPlugin(StyledTextPluginClass &kind);
+    explicit StyledTextPlugin(QFPluginClass &kind);
 
     [[nodiscard]] QFPluginClass *pluginClass() const override;
 
@@ -47,7 +47,7 @@ private:
     [[nodiscard]] QString exported(const NSAttributedString &text, const QString &prefix,
                                    const QVariantMap &params);
 
-    StyledTextPluginClass &_kind;
+    QFPluginClass &_kind;
     QString _source;
     QString _sidebar;
     QString _imagePrefix = QStringLiteral("image");

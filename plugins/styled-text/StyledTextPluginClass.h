@@ -1,22 +1,28 @@
 #pragma once
 
-#include "plugin/QFPluginClass.h"
+#include "plugins/common/SamplePageClass.h"
+#include "plugins/common/SharedFiles.h"
+#include "plugins/styled-text/StyledTextPlugin.h"
 
 /// Pages of styled text.
-class StyledTextPluginClass final : public QFPluginClass
+class StyledTextPluginClass final : public SamplePageClass<StyledTextPlugin>
 {
     Q_OBJECT
     Q_PLUGIN_METADATA(IID QFPluginClass_iid FILE "QFPagePlugin.json")
 
 public:
-    bool initializeClass(const QVariant &hostObject) override;
-    [[nodiscard]] QVariant pluginsAvailable() const override;
-    [[nodiscard]] QString pluginName() const override;
-    [[nodiscard]] QString pluginAuthor() const override;
-    [[nodiscard]] QString pluginDescription() const override;
+    StyledTextPluginClass()
+        : SamplePageClass(QStringLiteral("Styled Text"),
+                          QStringLiteral("A page of styled text with pictures, lists, tables and links."))
+    {
+    }
+
     /// The style sheet of lists and tables and the script of movies.
-    [[nodiscard]] QVariant extraFilesNeededInExportFolder(const QVariantMap &params) override;
+    [[nodiscard]] QVariant extraFilesNeededInExportFolder(const QVariantMap & /*params*/) override
+    {
+        return sharedFiles(QStringLiteral(":/styled-text/"),
+                           {QStringLiteral("styled-text.css"), QStringLiteral("movie.js")});
+    }
     /// They are in the module itself.
     [[nodiscard]] Q_INVOKABLE QStringList filesReadForExport() const { return {}; }
-    [[nodiscard]] std::unique_ptr<QFAbstractPlugin> newPlugin() override;
 };
