@@ -39,6 +39,13 @@ PageFiller::PageFiller(const BuildContext &context, qsizetype page, QFAbstractPl
 {
 }
 
+QList<QStringView> PageFiller::placeholders()
+{
+    return {u"content",    u"sidebar",    u"plugin_header", u"title",    u"site_title", u"language",
+            u"base",       u"navigation", u"breadcrumb",    u"previous", u"next",       u"home",
+            u"theme_path", u"style",      u"page_id",       u"option",   u"footer"};
+}
+
 const PageFiller::Surroundings &PageFiller::surroundings(bool isSubpage)
 {
     std::optional<Surroundings> &known = isSubpage ? _ofSubpages : _ofPage;

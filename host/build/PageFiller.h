@@ -2,6 +2,7 @@
 
 #include "host/build/BuildContext.h"
 
+#include <QList>
 #include <QPointer>
 #include <QString>
 #include <QVariant>
@@ -17,6 +18,9 @@ class QFAbstractPlugin;
 class PageFiller
 {
 public:
+    /// Names of the placeholders that are filled.
+    [[nodiscard]] static QList<QStringView> placeholders();
+
     /// Colour-tag files are those of `theme` or, where their links stand in the page's own header,
     /// `plainTheme`.
     PageFiller(const BuildContext &context, qsizetype page, QFAbstractPlugin *plugin, QVariantMap params,
