@@ -68,6 +68,8 @@ public:
 private:
     template <typename Call>
     [[nodiscard]] QVariant asked(const QString &operation, Call call);
+    [[nodiscard]] QString contentFor(const QVariantMap &params);
+    [[nodiscard]] bool isGone() const;
     [[nodiscard]] QByteArray bytesOf(const ExtraFile &extra);
     void addExtraFiles(const QList<ExtraFile> &extras);
     void addShared(const ExtraFile &extra);
@@ -103,6 +105,24 @@ bool PageBuilder::Making::prepareStaging(const QString &filesFolderName)
     return false;
 }
 
+/// The page's content; nil, with a record, when there is none.
+QString PageBuilder::Making::contentFor(const QVariantMap &params)
+{
+    const qsizetype before = QFReport::current()->records().size();
+    const QVariant content = asked(u"contentHTML"_s, [&](auto &asked) { return asked.contentHTML(params); });
+    if (isNil(content) && !isGone() && QFReport::current()->records().size() == before)
+        complain(u"the plug-in answered no content"_s);
+    return htmlFrom(content, u"contentHTML"_s);
+}
+
+/// Whether the plug-in has destroyed itself; says so.
+bool PageBuilder::Making::isGone() const
+{
+    if (!_plugin)
+        complain(u"the plug-in destroyed itself"_s);
+    return !_plugin;
+}
+
 void PageBuilder::Making::makePage(qsizetype index, QFAbstractPlugin *plugin)
 {
     const BuildContext &context = _builder._context;
@@ -115,16 +135,7 @@ void PageBuilder::Making::makePage(qsizetype index, QFAbstractPlugin *plugin)
     if (context.site.normaliseImages && respondsTo(_plugin, "normaliseImages", 0))
         send(_plugin, "normaliseImages");
 
-    const qsizetype before = QFReport::current()->records().size();
-    const QVariant content = asked(u"contentHTML"_s, [&](auto &asked) { return asked.contentHTML(params); });
-    if (isNil(content)) {
-        if (!_plugin)
-            complain(u"the plug-in destroyed itself"_s);
-        else if (QFReport::current()->records().size() == before)
-            complain(u"the plug-in answered no content"_s);
-        return;
-    }
-    const QString html = htmlFrom(content, u"contentHTML"_s);
+    const QString html = contentFor(params);
     if (html.isNull())
         return;
     _filler->askForSurroundings();
@@ -134,15 +145,12 @@ void PageBuilder::Making::makePage(qsizetype index, QFAbstractPlugin *plugin)
     const QVariant extras = asked(u"extraFilesNeededInExportFolder"_s,
                                   [&](auto &asked) { return asked.extraFilesNeededInExportFolder(params); });
     const QByteArray bytes = utf8WithReferences(prefix + _filler->filled({}, html, _folder));
-    if (!_plugin) {
-        complain(u"the plug-in destroyed itself"_s);
+    if (isGone())
         return;
-    }
     result.isDone = true;
     addExtraFiles(ExtraFiles::read(extras, _folder, page.extension, context.site.folder));
     publishStagedFiles();
-    if (!_plugin) { // while it filled a subpage's template
-        complain(u"the plug-in destroyed itself"_s);
+    if (isGone()) { // since it filled a subpage's template
         result.isDone = false;
         return;
     }
