@@ -5,6 +5,7 @@
 #include "platform/NSStringPathExtensions.h"
 #include "platform/QFReport.h"
 #include "platform/Values.h"
+#include "plugin/QFPluginRecords.h"
 
 #include <QDir>
 #include <QFileInfo>
@@ -52,12 +53,14 @@ std::optional<ExtraFile> readCopy(const QString &path, const QString &siteFolder
 /// False for a record without content of a right type.
 bool readContent(const QVariantMap &record, ExtraFile &extra)
 {
-    const QVariant whole = record.value(u"entirehtml"_s);
-    const QVariant data = record.value(u"contentdata"_s);
-    if (record.contains(u"substitutions"_s)) {
+    const QVariant whole = record.value(kQFSubpageEntireHTMLKey.toString());
+    const QVariant data = record.value(kQFSubpageContentDataKey.toString());
+    if (record.contains(kQFSubpageSubstitutionsKey.toString())) {
         extra.kind = ExtraFile::Kind::Content;
         extra.title = stringValue(record.value(u"title"_s));
-        extra.text = stringValue(record.value(u"substitutions"_s).toMap().value(u"content"_s));
+        extra.text = stringValue(record.value(kQFSubpageSubstitutionsKey.toString())
+                                     .toMap()
+                                     .value(kQFSubpageContentKey.toString()));
         return !extra.text.isNull();
     }
     if (!isNil(whole)) {
@@ -74,7 +77,7 @@ std::optional<ExtraFile> readRecord(const QVariantMap &record, const QString &fo
                                     const QString &extension)
 {
     ExtraFile extra;
-    extra.name = stringValue(record.value(u"name"_s));
+    extra.name = stringValue(record.value(kQFSubpageNameKey.toString()));
     if (!readContent(record, extra)) {
         refuse(u"a subpage has no content"_s, extra.name);
         return {};
@@ -82,7 +85,7 @@ std::optional<ExtraFile> readRecord(const QVariantMap &record, const QString &fo
     const bool isHTML = extra.kind != ExtraFile::Kind::Data;
     if (isHTML && !extra.name.isEmpty() && pathExtension(extra.name).isEmpty() && !extension.isEmpty())
         extra.name += u'.' + extension;
-    const QString destination = stringValue(record.value(u"destination"_s));
+    const QString destination = stringValue(record.value(kQFSubpageDestinationKey.toString()));
     if (!destination.isEmpty()) {
         extra.destination =
             publishedPath(folder, destination.endsWith(u'/') ? destination + extra.name : destination);

@@ -13,6 +13,7 @@
 #include "platform/Values.h"
 #include "plugin/QFAbstractPlugin.h"
 #include "plugin/QFPluginClass.h"
+#include "plugin/QFPluginNotifications.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -269,17 +270,17 @@ PageBuilder::PageBuilder(const BuildContext &context, Progress progress, std::fu
       _document(context.site, context.modules), _output(context.output), _theme(context.theme.colourTagFiles)
 {
     NSNotificationCenter::defaultCenter().addObserver(
-        this, u"com.corvale.quillfern.plugin.exportstatus"_s, {},
+        this, kQFPluginExportStatusNotification.toString(), {},
         [this](const NSNotification &notification) { hear(notification.object.toMap()); });
 }
 
 /// What a plug-in says of its progress; a nil message says nothing.
 void PageBuilder::hear(const QVariantMap &status) const
 {
-    const QString message = stringValue(status.value(u"message"_s));
+    const QString message = stringValue(status.value(kQFExportStatusMessageKey.toString()));
     if (!message.isNull())
-        _progress(message, floatValue(status.value(u"progress"_s)));
-    QObject *plugin = objectValue(status.value(u"plugin"_s));
+        _progress(message, floatValue(status.value(kQFExportStatusProgressKey.toString())));
+    QObject *plugin = objectValue(status.value(kQFExportStatusPluginKey.toString()));
     if (_isCancelled() && respondsTo(plugin, "cancelExport", 0))
         send(plugin, "cancelExport");
 }

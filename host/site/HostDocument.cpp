@@ -15,6 +15,7 @@
 #include "platform/Values.h"
 #include "plugin/QFAbstractPlugin.h"
 #include "plugin/QFPluginClass.h"
+#include "plugin/QFPluginRecords.h"
 
 #include <QDir>
 #include <QUrl>
@@ -32,7 +33,8 @@ QVariantMap settingsRecord(const QVariantMap &settings, const QString &pluginNam
     for (auto setting = settings.begin(); setting != settings.end(); ++setting)
         entries.insert(setting.key(),
                        QFAbstractPlugin::pluginSettingsValueForDisplay(setting.key(), setting.value()));
-    return {{u"name"_s, pluginName}, {u"settings"_s, entries}};
+    return {{kQFPluginSettingsNameKey.toString(), pluginName},
+            {kQFPluginSettingsSettingsKey.toString(), entries}};
 }
 
 NSMenu menuOfPages(HostDocument &document, const QList<qsizetype> &indices)
