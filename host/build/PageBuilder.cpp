@@ -295,6 +295,7 @@ PageResult PageBuilder::build(qsizetype index)
     Making making(*this, page.folder, page.filesFolder());
     static_cast<void>(_document.takeConsultedPages());
     const QPointer<QFAbstractPlugin> plugin = _document.pluginOfPage(index);
+    static_cast<void>(_document.takeChange());
     if (plugin && making.prepareStaging(page.filesFolderName()))
         making.makePage(index, plugin);
     else if (report.records().isEmpty())
@@ -303,9 +304,11 @@ PageResult PageBuilder::build(qsizetype index)
     const QSet<qsizetype> consulted = _document.takeConsultedPages();
     const bool hasFailures = std::any_of(report.records().begin(), report.records().end(),
                                          [](const QFReportRecord &record) { return record.logged; });
-    // What has failed, as for want of space, may come out well next time.
+    // What has failed, as for want of space, may come out well next time; what has changed while it was made
+    // will not be the same.
     making.result.isRepeatable =
-        !hasFailures && std::all_of(consulted.begin(), consulted.end(), [this](qsizetype asked) {
+        !hasFailures && !_document.takeChange() &&
+        std::all_of(consulted.begin(), consulted.end(), [this](qsizetype asked) {
             return _context.site.pages.at(asked).isExternal() || noteReads(_document.pluginOfPage(asked));
         });
     making.result.consulted = QList<qsizetype>(consulted.begin(), consulted.end());

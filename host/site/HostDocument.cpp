@@ -10,11 +10,13 @@
 #include "host/site/PluginCalls.h"
 #include "host/site/SiteLinks.h"
 #include "platform/NSMenu.h"
+#include "platform/NSNotificationCenter.h"
 #include "platform/NSStringPathExtensions.h"
 #include "platform/QFReport.h"
 #include "platform/Values.h"
 #include "plugin/QFAbstractPlugin.h"
 #include "plugin/QFPluginClass.h"
+#include "plugin/QFPluginNotifications.h"
 #include "plugin/QFPluginRecords.h"
 
 #include <QDir>
@@ -57,6 +59,7 @@ NSMenu menuOfPages(HostDocument &document, const QList<qsizetype> &indices)
 HostDocument::HostDocument(const Site &site, PluginModules &modules)
     : _site(site), _modules(modules), _window(std::make_unique<HostWindow>(this))
 {
+    observePlugins();
 }
 
 HostDocument::~HostDocument()
@@ -183,24 +186,63 @@ void HostDocument::furnish(QFAbstractPlugin *plugin, const SitePage &page)
     for (auto option = page.themeOptions.begin(); option != page.themeOptions.end(); ++option)
         ask(u"setValueForThemeSpecificOptionKey"_s,
             [&] { held->setValueForThemeSpecificOptionKey(option.value(), option.key()); });
-    if (!page.settingsFrom.isNull()) {
-        const QPointer<QFAbstractPlugin> source = pluginOfPage(_site.indexOfID.value(page.settingsFrom));
-        const QVariant record =
-            guardedCall(u"pluginSettings"_s, [&] { return source ? source->pluginSettings() : QVariant(); });
-        const QVariantMap settings = record.toMap();
-        const bool isAccepted = guardedCall(u"acceptsPluginSettings"_s,
-                                            [&] { return held && held->acceptsPluginSettings(settings); });
-        if (isAccepted)
-            ask(u"setPluginSettings"_s, [&] { held->setPluginSettings(settings); });
-        else
-            reportLoss(u"plugin"_s,
-                       u"the settings of the page "_s + page.settingsFrom + u" were not taken over"_s);
-    }
+    if (!page.settingsFrom.isNull())
+        transferSettings(held, page);
     const QString name =
         guardedCall(u"pluginName"_s, [&] { return held ? held->pluginClass()->pluginName() : QString(); });
     ask(u"setPluginSettings"_s, [&] { held->setPluginSettings(settingsRecord(page.settings, name)); });
     if (!held)
         reportLoss(u"plugin"_s, u"the plug-in destroyed itself while it was given its settings"_s);
+}
+
+/// Gives a page's plug-in the settings of the page that `site.json` names.
+void HostDocument::transferSettings(const QPointer<QFAbstractPlugin> &plugin, const SitePage &page)
+{
+    const QPointer<QFAbstractPlugin> source = pluginOfPage(_site.indexOfID.value(page.settingsFrom));
+    const QVariant record =
+        guardedCall(u"pluginSettings"_s, [&] { return source ? source->pluginSettings() : QVariant(); });
+    const QVariantMap settings = record.toMap();
+    const bool isAccepted = guardedCall(u"acceptsPluginSettings"_s,
+                                        [&] { return plugin && plugin->acceptsPluginSettings(settings); });
+    if (!isAccepted) {
+        reportLoss(u"plugin"_s,
+                   u"the settings of the page "_s + page.settingsFrom + u" were not taken over"_s);
+        return;
+    }
+    guardedCall(u"setPluginSettings"_s, [&] {
+        if (plugin)
+            plugin->setPluginSettings(settings);
+    });
+}
+
+/// Listens to what plug-ins tell the host, beside their progress, which is the builder's.
+void HostDocument::observePlugins()
+{
+    NSNotificationCenter &center = NSNotificationCenter::defaultCenter();
+    const auto noteChange = [this](const NSNotification &) { _hasChanged = true; };
+    for (const QStringView name :
+         {kQFPluginChangedNotification, kQFPluginChangedInvertNotification, kQFMediaChangedNotification})
+        center.addObserver(this, name.toString(), {}, noteChange);
+    center.addObserver(
+        this, kQFPluginSettingsRequestNotification.toString(), {},
+        [this](const NSNotification &request) { answerSettingsRequest(objectValue(request.object)); });
+}
+
+/// A plug-in that asks for settings gets those of the page that `site.json` names, once more.
+void HostDocument::answerSettingsRequest(const QObject *asking)
+{
+    for (auto known = _plugins.cbegin(); known != _plugins.cend(); ++known) {
+        if (!asking || known->data() != asking)
+            continue;
+        const SitePage &page = _site.pages.at(known.key());
+        const QFReport::Place here(page.id, {NSNotFound, 0});
+        const QPointer<QFAbstractPlugin> plugin = *known;
+        if (page.settingsFrom.isNull())
+            reportLoss(u"plugin"_s, u"the plug-in asks for settings, and settingsFrom names no page"_s);
+        else
+            transferSettings(plugin, page);
+        return;
+    }
 }
 
 void HostDocument::forgetPlugins()

@@ -57,10 +57,15 @@ public:
     /// Pages whose plug-ins were asked for since this was called last, or furnished others with settings. A
     /// plug-in that is known already does not count its own sources again.
     [[nodiscard]] QSet<qsizetype> takeConsultedPages() { return std::exchange(_consulted, {}); }
+    /// Whether a plug-in has told of a change of its content or media since this was called last.
+    [[nodiscard]] bool takeChange() { return std::exchange(_hasChanged, false); }
 
 private:
     [[nodiscard]] QFAbstractPlugin *newPlugin(const SitePage &page);
     void furnish(QFAbstractPlugin *plugin, const SitePage &page);
+    void transferSettings(const QPointer<QFAbstractPlugin> &plugin, const SitePage &page);
+    void observePlugins();
+    void answerSettingsRequest(const QObject *asking);
 
     const Site &_site;
     PluginModules &_modules;
@@ -68,5 +73,6 @@ private:
     QHash<qsizetype, HostPage *> _pages;
     QHash<qsizetype, QPointer<QFAbstractPlugin>> _plugins; ///< owned, unless they have destroyed themselves
     QSet<qsizetype> _consulted;
+    bool _hasChanged = false;
     std::optional<QVariantList> _assets;
 };

@@ -187,7 +187,14 @@ void HostDocumentTest::transfersSettings()
     QVERIFY(a->property("asks").toString().isNull());
     QCOMPARE(deep->property("text").toString(), u"own"_s);
     QCOMPARE(a->uniqueID(), u"a"_s);
+    deep->broadcastPluginSettingsRequest();
+    QCOMPARE(deep->property("text").toString(), u"hello"_s); // as a has it
+    QVERIFY(!document->takeChange());
+    deep->broadcastMediaChanged();
+    QVERIFY(document->takeChange() && !document->takeChange());
     QCOMPARE(complaints(), QString());
+    document->pluginOfPage(0)->broadcastPluginSettingsRequest();
+    QVERIFY(complaints().contains(u"settingsFrom names no page"));
 }
 
 void HostDocumentTest::knowsWhoWasAsked()
