@@ -236,7 +236,7 @@ void HostDocument::answerSettingsRequest(const QObject *asking)
             continue;
         const SitePage &page = _site.pages.at(known.key());
         const QFReport::Place here(page.id, {NSNotFound, 0});
-        const QPointer<QFAbstractPlugin> plugin = *known;
+        const QPointer<QFAbstractPlugin> plugin(known->data()); // `_plugins` may change
         if (page.settingsFrom.isNull())
             reportLoss(u"plugin"_s, u"the plug-in asks for settings, and settingsFrom names no page"_s);
         else
