@@ -125,7 +125,7 @@ def hut():
     page = Page()
     page.raw('<p class="lead">Four walls of stone that were here already, two floors of larch on top of them, and a roof that has been '
              'away twice and found both times.</p>')
-    page.picture("hut-in-july", "The hut on its terrace, flags between balcony and mast, the mountain behind it",
+    page.picture("Hut-in-July", "The hut on its terrace, flags between balcony and mast, the mountain behind it",
                  scale=0.45, enableborder=True, bordersize=8, bordercolour=[1, 1, 1, 1], enableshadow=True, shadowoffset=4.0,
                  shadowblur=10.0, shadowcolour=[0.3, 0.3, 0.3, 1], fillcolour=[0.965, 0.953, 0.925, 1], type=1)
     page.caption("A Sunday in July. The flags go up when there is soup.")
