@@ -111,24 +111,23 @@ inline void transformColumns(Row (&rows)[8])
 /// Columns become rows: by pairs of samples, by fours, then by halves.
 inline void transpose(Row (&rows)[8])
 {
-    using Order = int __attribute__((vector_size(32)));
     Row pairs[8];
     for (int i = 0; i < 8; i += 2) {
-        pairs[i] = __builtin_shuffle(rows[i], rows[i + 1], Order{0, 8, 1, 9, 4, 12, 5, 13});
-        pairs[i + 1] = __builtin_shuffle(rows[i], rows[i + 1], Order{2, 10, 3, 11, 6, 14, 7, 15});
+        pairs[i] = __builtin_shufflevector(rows[i], rows[i + 1], 0, 8, 1, 9, 4, 12, 5, 13);
+        pairs[i + 1] = __builtin_shufflevector(rows[i], rows[i + 1], 2, 10, 3, 11, 6, 14, 7, 15);
     }
     Row fours[8];
     for (int i = 0; i < 8; i += 4) {
         for (int k = 0; k < 2; ++k) {
             const Row &first = pairs[i + k];
             const Row &second = pairs[i + 2 + k];
-            fours[i + 2 * k] = __builtin_shuffle(first, second, Order{0, 1, 8, 9, 4, 5, 12, 13});
-            fours[i + 2 * k + 1] = __builtin_shuffle(first, second, Order{2, 3, 10, 11, 6, 7, 14, 15});
+            fours[i + 2 * k] = __builtin_shufflevector(first, second, 0, 1, 8, 9, 4, 5, 12, 13);
+            fours[i + 2 * k + 1] = __builtin_shufflevector(first, second, 2, 3, 10, 11, 6, 7, 14, 15);
         }
     }
     for (int i = 0; i < 4; ++i) {
-        rows[i] = __builtin_shuffle(fours[i], fours[4 + i], Order{0, 1, 2, 3, 8, 9, 10, 11});
-        rows[4 + i] = __builtin_shuffle(fours[i], fours[4 + i], Order{4, 5, 6, 7, 12, 13, 14, 15});
+        rows[i] = __builtin_shufflevector(fours[i], fours[4 + i], 0, 1, 2, 3, 8, 9, 10, 11);
+        rows[4 + i] = __builtin_shufflevector(fours[i], fours[4 + i], 4, 5, 6, 7, 12, 13, 14, 15);
     }
 }
 
@@ -150,7 +149,6 @@ QF_VECTORISED static void wholeTransformed(const Block &block, qint16 *samples, 
     transpose(rows);
     rows[0] += kMiddle + 0.5F;
     transformColumns(rows);
-    transpose(rows);
     using Numbers = int __attribute__((vector_size(32)));
     for (int y = 0; y < 8; ++y, samples += stride) {
         const auto levels = __builtin_convertvector(__builtin_convertvector(rows[y], Numbers), Levels);
@@ -170,11 +168,21 @@ Transform transform(int width, int height)
     return kTransforms[index(width)][index(height)];
 }
 
+static bool isWhole(int width, int height)
+{
+    return width == 8 && height == 8;
+}
+
+uchar position(int width, int height, int column, int row)
+{
+    return uchar(isWhole(width, height) ? column * 8 + row : row * 8 + column);
+}
+
 float scale(int width, int height, int column, int row)
 {
-    const bool isWhole = width == 8 && height == 8;
-    const auto part = [isWhole](int index) {
-        const double factor = isWhole ? std::cos(index * std::numbers::pi / 16) : 1;
+    const bool isOfWhole = isWhole(width, height);
+    const auto part = [isOfWhole](int index) {
+        const double factor = isOfWhole ? std::cos(index * std::numbers::pi / 16) : 1;
         return index == 0 ? std::sqrt(0.125) : 0.5 * factor;
     };
     return float(part(column) * part(row));

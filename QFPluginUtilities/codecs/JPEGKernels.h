@@ -20,6 +20,8 @@ struct Block
 using Transform = void (*)(const Block &block, qint16 *samples, qsizetype stride);
 /// For blocks of `width` x `height` samples, each 1, 2, 4 or 8; coefficients are to be multiplied by `scale`.
 [[nodiscard]] Transform transform(int width, int height);
+/// Where in the block the coefficient of a column and row is to be, for the transform of this size.
+[[nodiscard]] uchar position(int width, int height, int column, int row);
 /// Factor for the coefficient of a column and row, for the transform of this size.
 [[nodiscard]] float scale(int width, int height, int column, int row);
 

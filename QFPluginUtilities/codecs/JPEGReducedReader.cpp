@@ -134,7 +134,8 @@ bool JPEGReducedReader::setUp(Plane &plane, const JPEGScan::Component &component
         const int row = order[size_t(index)] / 8;
         const int column = order[size_t(index)] % 8;
         const bool counts = column < plane.width && row < plane.height;
-        plane.positions[size_t(index)] = counts ? order[size_t(index)] : kNowhere;
+        plane.positions[size_t(index)] =
+            counts ? JPEGKernels::position(plane.width, plane.height, column, row) : kNowhere;
         plane.scales[size_t(index)] =
             float((*quantiser)[size_t(index)]) * JPEGKernels::scale(plane.width, plane.height, column, row);
         if (counts)
