@@ -138,7 +138,7 @@ void JPEGSourceTest::decodesPartsAndSizes()
 {
     QFETCH(int, quality);
     QFETCH(bool, isProgressive);
-    // Large enough for two threads; sides that are no multiple of a block.
+    // Sides that are no multiple of a block.
     const QSize size(1597, 1203);
     const ImageSourcePtr source = ImageSource::withData(file(photo(size), "jpeg", quality, isProgressive));
     const QImage whole = source->image();
@@ -184,11 +184,17 @@ void JPEGSourceTest::decodesLargeOnes()
     QCOMPARE_GE(likeness(source->scaled(whole.rect(), {400, 210}),
                          expected.scaled(400, 210, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)),
                 33.0);
+    // On two threads.
+    const QSize slightlyLess(2500, 1314);
+    QCOMPARE_GE(likeness(source->scaled(whole.rect(), slightlyLess),
+                         ImageOperations::scaled(expected, whole.rect(), slightlyLess)),
+                40.0);
 
     for (const double share : {0.3, 0.7, 0.95}) {
         const ImageSourcePtr cut = ImageSource::withData(bytes.left(qsizetype(share * double(bytes.size()))));
         QVERIFY(cut->image().isNull());
         QVERIFY(cut->scaled(whole.rect(), {400, 210}).isNull());
+        QVERIFY(cut->scaled(whole.rect(), slightlyLess).isNull());
     }
     for (const double share : {0.3, 0.55, 0.8}) {
         QByteArray broken = bytes;
