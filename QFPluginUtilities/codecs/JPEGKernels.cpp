@@ -19,7 +19,8 @@ constexpr float kMiddle = 128;
 /// Down where it is above zero; what is below stays there.
 inline qint16 rounded(float value)
 {
-    return qint16(int(value + 0.5F));
+    const float upwards = value + 0.5F;
+    return qint16(int(upwards));
 }
 
 /// Of `count` samples, how much of each coefficient is in each: [coefficient][sample].
@@ -212,7 +213,7 @@ QF_VECTORISED void toColours(const qint16 *blue, const qint16 *red, const Colour
 
 QF_VECTORISED void repeatEach(const qint16 *samples, qint16 *repeated, int count)
 {
-    for (int x = 0; x < count; ++x) {
+    for (qsizetype x = 0; x < count; ++x) {
         repeated[2 * x] = samples[x];
         repeated[2 * x + 1] = samples[x];
     }
