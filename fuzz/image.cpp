@@ -25,6 +25,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
         return 0;
     const QImage scaled = source->scaled(part, QSize(9, 7));
     require(image.isNull() || scaled.size() == QSize(9, 7));
+    // Hardly smaller: other readers than for thumbnails.
+    const QSize less = (source->size() * 2 / 3).expandedTo({1, 1});
+    require(image.isNull() || source->scaled({QPoint(), source->size()}, less).size() == less);
     if (!scaled.isNull())
         require(!ImageEncoder::encoded(scaled, ImageEncoder::FileType::GIF).isEmpty());
     return 0;

@@ -17,7 +17,7 @@ uint8_t stepsOf(uint8_t symbol)
 
 } // namespace
 
-HuffmanTable::HuffmanTable(QByteArrayView counts, QByteArrayView symbols, bool hasRuns)
+HuffmanTable::HuffmanTable(QByteArrayView counts, QByteArrayView symbols, bool hasNumbers)
 {
     _entries.resize(size_t(1) << kCodeBits);
     uint32_t code = 0;
@@ -31,8 +31,25 @@ HuffmanTable::HuffmanTable(QByteArrayView counts, QByteArrayView symbols, bool h
             add(code, length, static_cast<uint8_t>(symbols[next]));
         }
     }
-    for (uint32_t bits = 0; hasRuns && bits < 1U << kRunBits; ++bits)
+    for (uint32_t bits = 0; hasNumbers && bits < 1U << kNumberBits; ++bits)
+        _numbers.push_back(numberOf(bits));
+}
+
+void HuffmanTable::makeRuns()
+{
+    for (auto bits = static_cast<uint32_t>(_runs.size()); bits < 1U << kRunBits; ++bits)
         _runs.push_back(runOf(bits));
+}
+
+HuffmanTable::Number HuffmanTable::numberOf(uint32_t bits) const
+{
+    const Entry symbol = entry(bits << (kLongestCode - kNumberBits));
+    if (symbol.length == 0 || symbol.total > kNumberBits)
+        return {};
+    const int length = symbol.total - symbol.length;
+    const uint32_t number = (bits >> (kNumberBits - symbol.total)) & ((1U << length) - 1);
+    const int value = length == 0 ? 0 : signedNumber(number, length);
+    return {static_cast<int16_t>(value), symbol.total, symbol.steps};
 }
 
 HuffmanTable::Run HuffmanTable::runOf(uint32_t bits) const

@@ -68,14 +68,6 @@ public:
         _window <<= bits;
         _have -= bits;
     }
-    /// What a number of `bits` bits, at least one, stands for: those that begin with a zero are negative.
-    [[nodiscard]] static int number(quint32 number, int bits)
-    {
-        // Without a branch: half of all numbers are negative, in no order.
-        const auto value = static_cast<int>(number);
-        const int ifNegative = (value >> (bits - 1)) - 1;
-        return value + (ifNegative & (1 - (1 << bits)));
-    }
     /// Whether more has been read than there is.
     [[nodiscard]] bool isBeyondEnd() const { return _have < _padding; }
 

@@ -14,6 +14,9 @@ constexpr int kWhole = 8; ///< eighths
 constexpr double kMargin = 2;
 constexpr double kMarginOfOwn = 1.85;
 
+/// How much larger a picture must be than the result for colour to be left unsmoothed.
+constexpr double kMarginOfPlainColour = 1.2;
+
 int eighthsFor(QSize crop, QSize target, double margin)
 {
     for (const int eighths : {1, 2, 4}) {
@@ -23,6 +26,12 @@ int eighthsFor(QSize crop, QSize target, double margin)
             return eighths;
     }
     return kWhole;
+}
+
+bool isReduced(QSize crop, QSize target)
+{
+    return crop.width() >= kMarginOfPlainColour * target.width() &&
+           crop.height() >= kMarginOfPlainColour * target.height();
 }
 
 template <typename Reader, typename Work>
@@ -61,8 +70,9 @@ QImage JPEGSource::scaled(const QRect &crop, const QSize &target) const
     return withoutThrowing([&] {
         const auto scale = [&](auto &reader) { return reader.scaled(reader.part(), target); };
         QImage image;
-        if (const int eighths = eighthsFor(crop.size(), target, kMarginOfOwn); eighths < kWhole)
-            image = made(JPEGReducedReader(data(), eighths, crop), scale);
+        if (isReduced(crop.size(), target))
+            image =
+                made(JPEGReducedReader(data(), eighthsFor(crop.size(), target, kMarginOfOwn), crop), scale);
         if (image.isNull()) // a file of a rarer kind, or a damaged one
             image = made(JPEGReader(data(), eighthsFor(crop.size(), target, kMargin), crop), scale);
         return image;

@@ -14,7 +14,7 @@
 namespace {
 
 /// Below this many pixels a thread costs more than it saves.
-constexpr qint64 kThreadedPixels = 1'000'000;
+constexpr qint64 kThreadedPixels = 3'000'000;
 
 bool scaleHere(RowReader &reader, int rows, RowScaler &scaler)
 {

@@ -104,6 +104,7 @@ QF_VECTORISED void filterOverColumns(const float *batch, const ColumnSpan *spans
 {
     // Two rows of the batch at a time, as the compiler's own vectors: plain loops it unrolls the wrong way.
     using TwoRows = float __attribute__((vector_size(32)));
+    using OneRow = float __attribute__((vector_size(16)));
     constexpr qsizetype lanes = qsizetype(4) * kBatch;
     static_assert(kBatch == 4);
     for (qsizetype x = 0; x < pixels; ++x, output += 4) {
@@ -119,12 +120,12 @@ QF_VECTORISED void filterOverColumns(const float *batch, const ColumnSpan *spans
             std::memcpy(&two, components + lanes / 2, sizeof two);
             lower += two * weight[k];
         }
-        for (int c = 0; c < 4; ++c) {
-            output[c] = upper[c];
-            output[stride + c] = upper[4 + c];
-            output[2 * stride + c] = lower[c];
-            output[3 * stride + c] = lower[4 + c];
-        }
+        const OneRow rows[]{__builtin_shufflevector(upper, upper, 0, 1, 2, 3),
+                            __builtin_shufflevector(upper, upper, 4, 5, 6, 7),
+                            __builtin_shufflevector(lower, lower, 0, 1, 2, 3),
+                            __builtin_shufflevector(lower, lower, 4, 5, 6, 7)};
+        for (int row = 0; row < kBatch; ++row)
+            std::memcpy(output + row * stride, &rows[row], sizeof(OneRow));
     }
 }
 

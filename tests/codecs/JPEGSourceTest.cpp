@@ -1,4 +1,5 @@
 #include "codecs/ImageSource.h"
+#include "imaging/ImageOperations.h"
 #include "tests/codecs/TestPictures.h"
 
 #include <QColorSpace>
@@ -9,6 +10,8 @@
 
 #include <jpeglib.h>
 #include <lcms2.h>
+
+Q_DECLARE_METATYPE(J_COLOR_SPACE)
 
 using namespace TestPictures;
 
@@ -83,6 +86,7 @@ private Q_SLOTS:
     void decodesLargeOnes();
     void reducesColoursOfAnySampling_data();
     void reducesColoursOfAnySampling();
+    void givesUpOnBrokenCode();
     void boundsScans();
 };
 
@@ -134,7 +138,7 @@ void JPEGSourceTest::decodesPartsAndSizes()
 {
     QFETCH(int, quality);
     QFETCH(bool, isProgressive);
-    // Large enough for two threads; sides that are no multiple of a block.
+    // Sides that are no multiple of a block.
     const QSize size(1597, 1203);
     const ImageSourcePtr source = ImageSource::withData(file(photo(size), "jpeg", quality, isProgressive));
     const QImage whole = source->image();
@@ -180,11 +184,18 @@ void JPEGSourceTest::decodesLargeOnes()
     QCOMPARE_GE(likeness(source->scaled(whole.rect(), {400, 210}),
                          expected.scaled(400, 210, Qt::IgnoreAspectRatio, Qt::SmoothTransformation)),
                 33.0);
+    // On two threads.
+    const QRect strip(0, 1300, 4001, 800);
+    const QSize slightlyLess(2500, 500);
+    QCOMPARE_GE(
+        likeness(source->scaled(strip, slightlyLess), ImageOperations::scaled(expected, strip, slightlyLess)),
+        40.0);
 
     for (const double share : {0.3, 0.7, 0.95}) {
         const ImageSourcePtr cut = ImageSource::withData(bytes.left(qsizetype(share * double(bytes.size()))));
         QVERIFY(cut->image().isNull());
         QVERIFY(cut->scaled(whole.rect(), {400, 210}).isNull());
+        QVERIFY(cut->scaled(strip, slightlyLess).isNull());
     }
     for (const double share : {0.3, 0.55, 0.8}) {
         QByteArray broken = bytes;
@@ -196,23 +207,62 @@ void JPEGSourceTest::decodesLargeOnes()
 
 void JPEGSourceTest::reducesColoursOfAnySampling_data()
 {
+    QTest::addColumn<J_COLOR_SPACE>("space");
     QTest::addColumn<QSize>("sampling");
-    for (const QSize &sampling : {QSize(1, 1), QSize(2, 1), QSize(1, 2), QSize(2, 2), QSize(4, 1)})
-        QTest::addRow("%d by %d", sampling.width(), sampling.height()) << sampling;
+    QTest::addColumn<double>("likenessToDecoder");
+    for (const QSize &sampling : {QSize(1, 1), QSize(2, 1), QSize(1, 2), QSize(2, 2), QSize(4, 1)}) {
+        QTest::addRow("%d by %d", sampling.width(), sampling.height())
+            << JCS_RGB << sampling << (sampling == QSize(1, 1) ? 50.0 : 40.0);
+    }
+    QTest::newRow("grey") << JCS_GRAYSCALE << QSize(1, 1) << 50.0;
 }
 
 void JPEGSourceTest::reducesColoursOfAnySampling()
 {
+    QFETCH(J_COLOR_SPACE, space);
     QFETCH(QSize, sampling);
+    QFETCH(double, likenessToDecoder);
     const QImage image = photo({611, 437});
     const auto component = [&](int i, int x, int y) { return (image.pixel(x, y) >> (16 - 8 * i)) & 0xFF; };
     const ImageSourcePtr source =
-        ImageSource::withData(written(image.size(), JCS_RGB, component, {}, true, sampling));
-    for (const QRect &part : {image.rect(), QRect(45, 51, 500, 301)}) {
+        ImageSource::withData(written(image.size(), space, component, {}, true, sampling));
+    const QImage whole = source->image();
+    for (const QRect &part : {image.rect(), QRect(45, 51, 500, 301), QRect(16, 32, 64, 80)}) {
         for (const int divisor : {2, 4, 8, 17}) {
-            const QImage expected = image.copy(part).scaled(part.size() / divisor, Qt::IgnoreAspectRatio,
+            const QImage expected = whole.copy(part).scaled(part.size() / divisor, Qt::IgnoreAspectRatio,
                                                             Qt::SmoothTransformation);
             QCOMPARE_GE(likeness(source->scaled(part, expected.size()), expected), 33.0);
+        }
+        // Of all coefficients; only how colour comes between its samples is not the same as elsewhere.
+        for (const double factor : {0.53, 0.8}) {
+            const QSize target = part.size() * factor;
+            const QImage expected = ImageOperations::scaled(whole, part, target);
+            QCOMPARE_GE(likeness(source->scaled(part, target), expected), likenessToDecoder);
+        }
+    }
+}
+
+/// What our own reader cannot read through, the common decoder gets to judge, at any size.
+void JPEGSourceTest::givesUpOnBrokenCode()
+{
+    const QSize size(61, 43);
+    const QByteArray bytes = file(photo(size), "jpeg", 75);
+    const auto scaled = [&](const QByteArray &file, const QSize &target) {
+        const ImageSourcePtr source = ImageSource::withData(file);
+        return source ? source->scaled({QPoint(), size}, target) : QImage();
+    };
+    const qsizetype code = bytes.indexOf("\xFF\xDA");
+    for (qsizetype length = bytes.size(); length >= 0; length -= 3) {
+        const QByteArray cut = bytes.left(length);
+        for (const QSize &target : {QSize(40, 28), QSize(15, 10)})
+            QCOMPARE(scaled(cut, target).isNull(), imageIn(cut).isNull());
+    }
+    for (qsizetype at = code + 14; at < bytes.size() - 2; at += 7) {
+        for (const char wrong : {'\x00', '\x7F', '\xFE', '\xFF'}) {
+            QByteArray broken = bytes;
+            broken[at] = wrong;
+            if (!imageIn(broken).isNull())
+                QCOMPARE(scaled(broken, {40, 28}).size(), QSize(40, 28));
         }
     }
 }
