@@ -1,7 +1,7 @@
 #include "codecs/JPEGSource.h"
 
 #include "codecs/JPEGReader.h"
-#include "codecs/JPEGReducedReader.h"
+#include "codecs/JPEGScalingReader.h"
 #include "platform/WithoutThrowing.h"
 
 namespace {
@@ -72,7 +72,7 @@ QImage JPEGSource::scaled(const QRect &crop, const QSize &target) const
         QImage image;
         if (isReduced(crop.size(), target))
             image =
-                made(JPEGReducedReader(data(), eighthsFor(crop.size(), target, kMarginOfOwn), crop), scale);
+                made(JPEGScalingReader(data(), eighthsFor(crop.size(), target, kMarginOfOwn), crop), scale);
         if (image.isNull()) // a file of a rarer kind, or a damaged one
             image = made(JPEGReader(data(), eighthsFor(crop.size(), target, kMargin), crop), scale);
         return image;

@@ -15,12 +15,12 @@
 /// at a time. Colour that has fewer samples than the rows is not smoothed between them: scaling does that.
 /// For the common files: baseline, one scan, no restarts, grey or of luminance and colour differences. It
 /// gives up on broken code, which a JPEGReader shows as far as it goes.
-class JPEGReducedReader final : public RowReader
+class JPEGScalingReader final : public RowReader
 {
 public:
     /// At `eighths` eighths of its size: 1, 2, 4 or 8. Where a part is enough, with no more around it than
     /// whole units of blocks. Invalid where the file is of another kind.
-    JPEGReducedReader(const QByteArray &file, int eighths, const QRect &part);
+    JPEGScalingReader(const QByteArray &file, int eighths, const QRect &part);
 
     [[nodiscard]] bool isValid() const { return _isValid; }
     /// The part in the coordinates of the rows.

@@ -1,4 +1,4 @@
-#include "codecs/JPEGReducedReader.h"
+#include "codecs/JPEGScalingReader.h"
 
 #include "codecs/JPEGDecoder.h"
 
@@ -55,13 +55,13 @@ HuffmanTable::Number longNumber(JPEGBits &bits, const HuffmanTable &table)
 
 } // namespace
 
-JPEGReducedReader::JPEGReducedReader(const QByteArray &file, int eighths, const QRect &part)
+JPEGScalingReader::JPEGScalingReader(const QByteArray &file, int eighths, const QRect &part)
     : _file(file), _bits(QByteArrayView())
 {
     _isValid = start(file, eighths, part);
 }
 
-bool JPEGReducedReader::start(const QByteArray &file, int eighths, const QRect &part)
+bool JPEGScalingReader::start(const QByteArray &file, int eighths, const QRect &part)
 {
     JPEGDecoder decoder(file);
     auto scan = JPEGScan::ofFile(file);
@@ -105,7 +105,7 @@ bool JPEGReducedReader::start(const QByteArray &file, int eighths, const QRect &
 }
 
 /// Colour of less than full resolution is decoded at the size of the rest, as far as its blocks go.
-bool JPEGReducedReader::setUp(Plane &plane, const JPEGScan::Component &component, int eighths) const
+bool JPEGScalingReader::setUp(Plane &plane, const JPEGScan::Component &component, int eighths) const
 {
     static const std::array<uchar, 64> order = zigzag();
     const JPEGScan::Component &first = _scan.components.first();
@@ -146,7 +146,7 @@ bool JPEGReducedReader::setUp(Plane &plane, const JPEGScan::Component &component
     return true;
 }
 
-bool JPEGReducedReader::setUpColours()
+bool JPEGScalingReader::setUpColours()
 {
     if (_planes.size() == 1)
         return true;
@@ -159,7 +159,7 @@ bool JPEGReducedReader::setUpColours()
     return blue.timesAcross == red.timesAcross && blue.timesDown == red.timesDown;
 }
 
-bool JPEGReducedReader::readRow(QRgb *row)
+bool JPEGScalingReader::readRow(QRgb *row)
 {
     if (_nextRow == _rowsAtOnce) {
         if (!decodeUnits())
@@ -178,12 +178,12 @@ bool JPEGReducedReader::readRow(QRgb *row)
 }
 
 /// What the plane has for the next row.
-const qint16 *JPEGReducedReader::rowOf(const Plane &plane) const
+const qint16 *JPEGScalingReader::rowOf(const Plane &plane) const
 {
     return plane.samples.data() + _nextRow / plane.timesDown * plane.stride;
 }
 
-void JPEGReducedReader::makeColours()
+void JPEGScalingReader::makeColours()
 {
     const Plane &blue = _planes[1];
     const Plane &red = _planes[2];
@@ -197,14 +197,14 @@ void JPEGReducedReader::makeColours()
         JPEGKernels::repeatEach(_fewerColours[i].data(), _colours[i].data(), count);
 }
 
-void JPEGReducedReader::finish(QImage &image) const
+void JPEGScalingReader::finish(QImage &image) const
 {
     if (_transform)
         _transform->apply(image);
 }
 
 /// The next row of units.
-bool JPEGReducedReader::decodeUnits()
+bool JPEGScalingReader::decodeUnits()
 {
     if (_nextUnitRow++ == _scan.unitsDown || !skipUnits(_firstUnit))
         return false;
@@ -223,7 +223,7 @@ bool JPEGReducedReader::decodeUnits()
     return skipUnits(_scan.unitsAcross - _endUnit);
 }
 
-bool JPEGReducedReader::skipUnits(int count)
+bool JPEGScalingReader::skipUnits(int count)
 {
     for (; count > 0; --count) {
         for (Plane &plane : _planes) {
@@ -237,7 +237,7 @@ bool JPEGReducedReader::skipUnits(int count)
 }
 
 /// The first coefficient, told as a difference from the one in the block before.
-inline bool JPEGReducedReader::decodeFirst(Plane &plane, JPEGBits &bits)
+inline bool JPEGScalingReader::decodeFirst(Plane &plane, JPEGBits &bits)
 {
     constexpr int kLargest = 11;
     constexpr int kFarthest = 1 << 15; // only broken code leads there
@@ -252,12 +252,12 @@ inline bool JPEGReducedReader::decodeFirst(Plane &plane, JPEGBits &bits)
     return std::abs(plane.prediction) <= kFarthest;
 }
 
-bool JPEGReducedReader::skipBlock(Plane &plane)
+bool JPEGScalingReader::skipBlock(Plane &plane)
 {
     return decodeFirst(plane, _bits) && skipCoefficients(_bits, *plane.ac, 1);
 }
 
-bool JPEGReducedReader::decodeBlock(Plane &plane, qint16 *samples)
+bool JPEGScalingReader::decodeBlock(Plane &plane, qint16 *samples)
 {
     JPEGBits bits = _bits;
     if (!decodeFirst(plane, bits))
