@@ -28,10 +28,12 @@ QVariantMap dictionaryIn(const QVariantMap &dictionary, QStringView key)
 bool storeDefaults(const QString &name, const QVariant &defaults)
 {
     NSUserDefaults &preferences = NSUserDefaults::standardUserDefaults();
+    if (hostDomain().isEmpty())
+        return true;           // meant so: a host that keeps no preferences is not given any
     preferences.synchronize(); // so that entries which another process has made stay
     QVariantMap domain = hostDomain();
     if (domain.isEmpty())
-        return true; // meant so: a host that keeps no preferences is not given any
+        return true; // another process has removed it
     QVariantMap plugins = dictionaryIn(domain, kPlugins);
     if (isNil(defaults))
         plugins.remove(name);

@@ -6,6 +6,7 @@
 #include "platform/Logging.h"
 #include "platform/QFReport.h"
 #include "platform/Values.h"
+#include "platform/WithoutThrowing.h"
 #include "plugin/QFAbstractPluginPrivate.h"
 #include "plugin/QFPluginRecords.h"
 
@@ -19,6 +20,12 @@ void insertUnlessNil(QVariantMap &record, QStringView key, const QVariant &value
 {
     if (!isNil(value))
         record.insert(key.toString(), value);
+}
+
+/// What the plug-in answers, which may not be what it was given.
+QString uniqueIDOf(const QFAbstractPlugin &plugin)
+{
+    return withoutThrowing([&] { return plugin.uniqueID(); });
 }
 
 void logNotApplied(const QString &reason)
@@ -64,7 +71,7 @@ QVariant QFAbstractPlugin::pluginSettings()
     if (!respondsTo(this, kPopulate, 0))
         return {};
     QVariantMap record;
-    insertUnlessNil(record, kQFPluginSettingsUniqueIDKey, d->uniqueID);
+    insertUnlessNil(record, kQFPluginSettingsUniqueIDKey, uniqueIDOf(*this));
     insertUnlessNil(record, kQFPluginSettingsNameKey, pluginNameOf(*this));
     insertUnlessNil(record, kQFPluginSettingsSettingsKey, send(this, kPopulate));
     return record;
@@ -88,7 +95,7 @@ void QFAbstractPlugin::setPluginSettings(const QVariantMap &record)
 
 bool QFAbstractPlugin::acceptsPluginSettings(const QVariantMap &record)
 {
-    if (sameString(stringValue(record.value(kQFPluginSettingsUniqueIDKey.toString())), d->uniqueID))
+    if (sameString(stringValue(record.value(kQFPluginSettingsUniqueIDKey.toString())), uniqueIDOf(*this)))
         return false;
     return sameString(stringValue(record.value(kQFPluginSettingsNameKey.toString())), pluginNameOf(*this));
 }

@@ -67,7 +67,7 @@ public:
     /// "<process folder>/<uniqueID>/<name>".
     [[nodiscard]] virtual QString tempFilesDirectoryForUniqueID(const QString &name, const QString &uniqueID);
     /// The folder of all processes; nil (logged) when the system's temporary folder is missing or its path is
-    /// longer than 127 bytes of UTF-8.
+    /// longer than 127 bytes of UTF-8, and when a link of somebody else stands in the folder's place.
     [[nodiscard]] virtual QString qfTempFilesDirectory();
     /// This process's folder; nil when the one above is.
     [[nodiscard]] virtual QString appTempFilesDirectory();

@@ -192,6 +192,15 @@ void QFAbstractPluginTest::handsItsSettingsOver()
     QCOMPARE(to.title, u"Moles"_s);
     QCOMPARE(to.width, 7);
 
+    class Renamed : public SamplePlugin
+    {
+    public:
+        using SamplePlugin::SamplePlugin;
+        QString uniqueID() const override { return u"b"_s; }
+    };
+    Renamed renamed(kind);
+    QVERIFY2(!renamed.acceptsPluginSettings(renamed.pluginSettings().toMap()), "its ID is what it answers");
+
     // An entry ends at its first nil; without "enabled" it is not applied.
     QCOMPARE(SamplePlugin::pluginSettingsValueForDisplay(u"Title"_s, {}), QVariantMap());
     QCOMPARE(SamplePlugin::pluginSettingsValueForDisplay({}, 1), (QVariantMap{{u"value"_s, 1}}));
