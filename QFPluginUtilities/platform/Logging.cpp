@@ -24,6 +24,18 @@ const QLoggingCategory &qfExportLog()
     return category;
 }
 
+const QLoggingCategory &qfServicesLog()
+{
+    static const QLoggingCategory category("qf.services");
+    return category;
+}
+
+const QLoggingCategory &qfEditingLog()
+{
+    static const QLoggingCategory category("qf.editing");
+    return category;
+}
+
 const QLoggingCategory &qfPluginLog()
 {
     static const QLoggingCategory category("qf.plugin",
