@@ -151,6 +151,8 @@ void QfTest::changesText_data()
     row({u"filename"_s}, "Café Menu", "caf00e9-menu");
     row({u"valid-filename"_s}, "x?/a b.html", "true");
     row({u"strip-separators"_s}, "a///b", "a/b");
+    row({u"crc"_s}, "123456789", "181989fc");
+    row({u"md5"_s}, "", "d41d8cd98f00b204e9800998ecf8427e");
     row({u"encode"_s, u"1536"_s}, "é", "&#233;");
 }
 

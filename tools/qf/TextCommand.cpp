@@ -1,6 +1,9 @@
 #include "tools/qf/Command.h"
 
 #include "host/TextFile.h"
+#include "text/NSData+QFDataCompress.h"
+#include "text/NSString+CRC_Checksum.h"
+#include "text/NSString+MD5_Checksum.h"
 #include "text/QFCharacterConverter.h"
 #include "text/QFStrings.h"
 
@@ -31,8 +34,11 @@ Changes text from standard input, which must be UTF-8, and writes bytes to stand
   filename                  a safe file name in lower case
   valid-filename            true or false: whether a file of that name (or path) may go onto a web server
   strip-separators          one slash for every run of slashes
+  md5, crc                  a digest of the text, in hexadecimal
+  compress                  any bytes as a zlib stream, which must not be longer than they are
 
-Exit codes: 0 done; 1 failed (input that is not UTF-8, another character set); 2 wrong usage.
+Exit codes: 0 done; 1 failed (input that is not UTF-8, another character set, bytes that do not shrink); 2 wrong
+usage.
 )";
 
 using Operation = QString (*)(const QString &text, bool all);
@@ -44,7 +50,12 @@ struct NamedOperation
     bool takesAll;
 };
 
-constexpr std::array<NamedOperation, 8> kOperations{{
+QString hexadecimal(const QByteArray &bytes)
+{
+    return QString::fromLatin1(bytes.toHex());
+}
+
+constexpr std::array<NamedOperation, 10> kOperations{{
     {u"escape-xml",
      [](const QString &text, bool) { return QFStringUtilities::stringEscapedForXMLElementText(text); },
      false},
@@ -70,6 +81,8 @@ constexpr std::array<NamedOperation, 8> kOperations{{
      false},
     {u"strip-separators",
      [](const QString &text, bool) { return QFStringUtilities::stripRepeatedPathSeparators(text); }, false},
+    {u"md5", [](const QString &text, bool) { return hexadecimal(MD5_Checksum::md5Checksum(text)); }, false},
+    {u"crc", [](const QString &text, bool) { return hexadecimal(CRC_Checksum::crcChecksum(text)); }, false},
 }};
 
 /// All of standard input, or nothing when it is not UTF-8.
@@ -104,6 +117,16 @@ int encode(const QString &charset)
     return bytes ? writeOutput(*bytes, {}) : failed(u"there is no character set "_s + charset);
 }
 
+int compress()
+{
+    QFile input;
+    if (!input.open(stdin, QIODevice::ReadOnly))
+        return failed(u"standard input cannot be read"_s);
+    const QByteArray bytes = input.readAll();
+    const QByteArray packed = QFDataCompress::compress(bytes.isNull() ? QByteArray("") : bytes);
+    return packed.isNull() ? Failed : writeOutput(packed, {}); // what was wrong has been logged
+}
+
 } // namespace
 
 int runText(const QStringList &arguments)
@@ -117,6 +140,8 @@ int runText(const QStringList &arguments)
     const bool all = parser.isSet(u"all"_s);
     if (name == u"encode" && words.size() == 2 && !all)
         return encode(words.at(1));
+    if (name == u"compress" && words.size() == 1 && !all)
+        return compress();
     for (const NamedOperation &operation : kOperations) {
         if (operation.name != name || words.size() != 1 || (all && !operation.takesAll))
             continue;
