@@ -23,10 +23,8 @@ private Q_SLOTS:
     void offersWhatTheDesktopDoes();
     void leavesTheProbeFileOfOthers();
     void listsProgramsInItsOrder();
-    void ends_data();
-    void ends();
+    void endsAsItShould();
     void takesOnlyTheNextPage();
-    void keepsTheListOfOthers_data();
     void keepsTheListOfOthers();
 };
 
@@ -176,26 +174,17 @@ void QFHTMLHandleMenuTest::listsProgramsInItsOrder()
     QVERIFY2(!alpha.target, "the target is weak");
 }
 
-void QFHTMLHandleMenuTest::ends_data()
+void QFHTMLHandleMenuTest::endsAsItShould()
 {
-    QTest::addColumn<QVariantList>("others");
-    QTest::addColumn<QString>("otherSelector"); // nil for none
-    QTest::addColumn<QStringList>("end");       // behind the separator after the handlers
-    const QVariantList tool{at(u"tool"_s)};
-    QTest::newRow("nothing follows") << QVariantList() << QString() << QStringList();
-    QTest::newRow("others only") << tool << QString() << QStringList{u"tool"_s};
-    QTest::newRow("no others") << QVariantList{at(u"none"_s)} << u"other:"_s << QStringList{u"Other..."_s};
-}
-
-void QFHTMLHandleMenuTest::ends()
-{
-    QFETCH(QVariantList, others);
-    QFETCH(QString, otherSelector);
-    storeOthers(others);
-    const auto menu = QFHTMLHandleMenu::htmlHandlersMenu(nullptr, nullptr, u"preview:"_s, otherSelector);
-    QCOMPARE(titles(*menu).mid(2, 2), (QStringList{u"Beta"_s, u"-"_s}));
-    QTEST(titles(*menu).mid(4), "end");
-    QVERIFY(!dictionary(menu->items.first()).contains(u"page"_s));
+    const auto end = [](const QString &other, const QString &otherSelector) {
+        QFHTMLHandleMenu::discardMenu();
+        storeOthers(QVariantList{at(other)});
+        return titles(*QFHTMLHandleMenu::htmlHandlersMenu(nullptr, nullptr, u"preview:"_s, otherSelector))
+            .mid(3);
+    };
+    QCOMPARE(end(u"none"_s, {}), QStringList{u"-"_s});
+    QCOMPARE(end(u"tool"_s, {}), (QStringList{u"-"_s, u"tool"_s}));
+    QCOMPARE(end(u"none"_s, u"other:"_s), (QStringList{u"-"_s, u"Other..."_s}));
 }
 
 void QFHTMLHandleMenuTest::takesOnlyTheNextPage()
@@ -222,26 +211,19 @@ void QFHTMLHandleMenuTest::takesOnlyTheNextPage()
     QVERIFY2(isNil(pages[0]), "the page is weak");
 }
 
-void QFHTMLHandleMenuTest::keepsTheListOfOthers_data()
-{
-    QTest::addColumn<QVariant>("stored");
-    QTest::addColumn<bool>("isKept");
-    QTest::newRow("missing and odd ones") << QVariant(QVariantList{u"/none"_s, 42, u"/bin/sh"_s}) << true;
-    QTest::newRow("empty") << QVariant(QVariantList()) << true;
-    QTest::newRow("no list") << QVariant(u"/bin/sh"_s) << false;
-    QTest::newRow("nil") << QVariant() << false;
-}
-
 void QFHTMLHandleMenuTest::keepsTheListOfOthers()
 {
-    QFETCH(QVariant, stored);
-    QFETCH(bool, isKept);
-    storeOthers(stored);
-    QFHTMLHandleMenu::loadOthersArray();
-    QCOMPARE(QFHTMLHandleMenu::othersArray().has_value(), isKept);
-    QFHTMLHandleMenu::saveOthersArray();
-    const QVariant now = NSUserDefaults::standardUserDefaults().objectForKey(kPreference);
-    QVERIFY(sameValue(now, isKept ? stored : QVariant()));
+    const QVariant odd = QVariantList{u"/none"_s, 42, u"/bin/sh"_s};
+    const QVariant empty = QVariantList();
+    for (const QVariant &stored : {odd, empty, QVariant(u"no list"_s), QVariant()}) {
+        storeOthers(stored);
+        QFHTMLHandleMenu::loadOthersArray();
+        const bool isList = stored.typeId() == QMetaType::QVariantList;
+        QCOMPARE(QFHTMLHandleMenu::othersArray().has_value(), isList);
+        QFHTMLHandleMenu::saveOthersArray();
+        const QVariant now = NSUserDefaults::standardUserDefaults().objectForKey(kPreference);
+        QVERIFY(sameValue(now, isList ? stored : QVariant()));
+    }
 }
 
 QTEST_MAIN(QFHTMLHandleMenuTest)
