@@ -3,7 +3,7 @@
 
 #include "Measuring.h"
 
-#include "text/NSMutableString+HorspoolPang.h"
+#include "text/NSString+HorspoolFeng.h"
 
 #include <QElapsedTimer>
 #include <QProcess>

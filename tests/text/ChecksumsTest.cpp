@@ -1,6 +1,6 @@
-#include "text/NSData+QFDataCompress.h"
 #include "text/NSString+CRC_Checksum.h"
 #include "text/NSString+MD5_Checksum.h"
+#include "text/QFDataCompress.h"
 
 #include <QCryptographicHash>
 #include <QTest>

@@ -1,5 +1,5 @@
 #include "text/HorspoolFeng.h"
-#include "text/NSMutableString+HorspoolPang.h"
+#include "text/NSString+HorspoolFeng.h"
 #include "text/SigilCString.h"
 #include "text/ns_iterators.h"
 

@@ -3,11 +3,11 @@
 #include "host/JSONFile.h"
 #include "host/TextFile.h"
 #include "platform/QFReport.h"
-#include "text/NSData+QFDataCompress.h"
-#include "text/NSMutableString+HorspoolPang.h"
 #include "text/NSString+CRC_Checksum.h"
+#include "text/NSString+HorspoolFeng.h"
 #include "text/NSString+MD5_Checksum.h"
 #include "text/QFCharacterConverter.h"
+#include "text/QFDataCompress.h"
 #include "text/QFStrings.h"
 
 #include <QFile>

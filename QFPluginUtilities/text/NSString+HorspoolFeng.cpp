@@ -1,4 +1,4 @@
-#include "text/NSMutableString+HorspoolPang.h"
+#include "text/NSString+HorspoolFeng.h"
 
 #include "platform/Logging.h"
 #include "platform/QFReport.h"

@@ -1,4 +1,4 @@
-#include "text/NSData+QFDataCompress.h"
+#include "text/QFDataCompress.h"
 
 #include "platform/Formatting.h"
 #include "platform/Logging.h"
