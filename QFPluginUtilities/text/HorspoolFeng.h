@@ -65,41 +65,37 @@ Window look(const Text &text, long end, const ReversedKeys &keys)
     const ReversedKeys::Unit &last = keys.unit(text[end]);
     if (last.node == ReversedKeys::kNone)
         return {last.shift};
-    qint32 node = last.node;
-    qint32 only = ReversedKeys::kNone; // whose remaining units are compared without the tree
+    ReversedKeys::Agreeing agreeing = keys.agreeingWith(last);
     for (long depth = 1;; depth++) {
-        if (only == ReversedKeys::kNone) {
-            if (const qint32 whole = keys.wholeKey(node); whole != ReversedKeys::kNone)
-                return {0, whole};
-            only = keys.onlyKey(node);
-        } else if (long(keys.key(only).size()) == depth) {
-            return {0, only};
-        }
+        if (const qint32 whole = keys.wholeKey(agreeing, depth); whole != ReversedKeys::kNone)
+            return {0, whole};
         if (depth > end) // nothing stands before the text, not even NUL
             return {last.shift};
         const char16_t unit = text[end - depth];
-        bool agrees;
-        if (only != ReversedKeys::kNone) {
-            const std::u16string_view key = keys.key(only);
-            agrees = key[key.size() - 1 - std::size_t(depth)] == unit;
-        } else {
-            node = keys.child(node, unit);
-            agrees = node != ReversedKeys::kNone;
-        }
-        if (agrees)
-            continue;
-        // A unit that no key has there moves the window by what its last unit allows. Otherwise it moves by
-        // the shortest key's length, although a key may be stepped over: meant.
-        return {keys.occurs(depth, unit) ? long(keys.shortestLength()) : long(last.shift)};
+        if (!keys.narrow(agreeing, depth, unit))
+            return {long(keys.advance(last, depth, unit))};
     }
+}
+
+/// The first window from `window` on that has to be looked at closely.
+template <typename Text>
+long skip(const Text &text, long window, const ReversedKeys &keys)
+{
+    if constexpr (requires { text.rest(); }) {
+        const auto [units, start] = text.rest();
+        if (window - start >= keys.unitsBefore())
+            return start + long(keys.skip(units, window - start, text.length() - start));
+    }
+    return window;
 }
 
 } // namespace HorspoolFeng
 
 /// Replaces every occurrence of a key by its value, in one pass from left to right. `Text` has `length()`,
-/// `operator[]` and `replace(position, length, const ns::string &)`; iterators yield pairs of key and value,
-/// as strings, texts or generic values. Pairs with an empty key, or without a string on either side, are
-/// skipped; with no pair left nothing changes. Lone surrogates are units like others.
+/// `operator[]` and `replace(position, length, const ns::string &)`, and may have `rest()`, which shows its
+/// units from some index to its end, and that index; iterators yield pairs of key and value, as strings,
+/// texts or generic values. Pairs with an empty key, or without a string on either side, are skipped; with no
+/// pair left nothing changes. Lone surrogates are units like others.
 ///
 /// Which occurrences are found follows from how the window moves, and all of it is meant:
 /// - The first window ends at the index m, the length of the shortest key, so a key of that length at the
@@ -132,11 +128,14 @@ void StringReplaceHF(Text &text, [[maybe_unused]] long start, Iterator begin, It
     }
     if (keys.isEmpty())
         return;
-    keys.prepare();
+    keys.prepare(text.length());
     const auto shortest = long(keys.shortestLength());
     HorspoolFeng::Bounds bounds(text.length());
     long length = text.length();
     for (long window = shortest; window < length;) {
+        window = HorspoolFeng::skip(text, window, keys);
+        if (window >= length)
+            return;
         const auto [advance, key] = HorspoolFeng::look(text, window, keys);
         window += advance;
         if (key == ReversedKeys::kNone)

@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <string>
+#include <utility>
 
 /// A text in which ranges are replaced from left to right, at a cost that does not depend on what follows
 /// them. What lies before the last replacement is in a string of its own; what follows is still the original.
@@ -31,6 +32,12 @@ public:
             index -= long(pending());
         }
         return _rest.utf16()[index];
+    }
+
+    /// The units of the original that follow, up to the end, and the index of the first.
+    [[nodiscard]] std::pair<const char16_t *, long> rest() const
+    {
+        return {_rest.utf16(), length() - long(_rest.size())};
     }
 
     /// The range must end in what has not been replaced yet or is looked at again.

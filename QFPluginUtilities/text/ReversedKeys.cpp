@@ -17,7 +17,7 @@ void ReversedKeys::add(std::u16string key)
     _keys.push_back(std::move(key));
 }
 
-void ReversedKeys::prepare()
+void ReversedKeys::prepare(qsizetype textLength)
 {
     _ownPages.push_back(std::make_unique<Page>());
     _ownPages.front()->fill(Unit{qint32(_shortest)});
@@ -28,6 +28,7 @@ void ReversedKeys::prepare()
     growEdges();
     for (std::size_t number = 0; number < _keys.size(); number++)
         insert(qint32(number));
+    prepareGlance(textLength);
 }
 
 ReversedKeys::Unit &ReversedKeys::changeableUnit(char16_t unit)
@@ -149,5 +150,110 @@ void ReversedKeys::growEdges()
         while (_edges[slot].child != kNone)
             slot = (slot + 1) & (_edges.size() - 1);
         _edges[slot] = edge;
+    }
+}
+
+/// The table has as many units as fit into a size that the processor keeps at hand and that the text's length
+/// is worth.
+void ReversedKeys::prepareGlance(qsizetype textLength)
+{
+    constexpr int kMostUnits = 3;
+    constexpr std::size_t kLargest = 0x10000;
+    std::bitset<0x10000> seen;
+    for (const std::u16string &key : _keys) {
+        for (const char16_t unit : key) {
+            if (!seen[unit])
+                _unitOfClass += unit;
+            seen[unit] = true;
+        }
+    }
+    const std::size_t classes = _unitOfClass.size() + 1;
+    const std::size_t largest = std::min(kLargest, std::size_t(textLength) / 8);
+    std::size_t size = 1;
+    while (classes <= 0x100 && _glance < kMostUnits && size * classes <= largest) {
+        size *= classes;
+        _glance++;
+    }
+    if (_glance == 0)
+        return;
+    std::array<quint8, 256> pageOf{}; // 0 is the page of units that no key has
+    _classes.emplace_back();
+    _classes.back().fill(0);
+    for (std::size_t i = 0; i < _unitOfClass.size(); i++) {
+        const char16_t unit = _unitOfClass[i];
+        quint8 &page = pageOf[unit >> 8];
+        if (page == 0) {
+            page = quint8(_classes.size());
+            _classes.push_back(_classes.front());
+        }
+        _classes[page][unit & 0xFF] = quint8(i + 1);
+    }
+    for (std::size_t i = 0; i < pageOf.size(); i++)
+        _classPages[i] = _classes[pageOf[i]].data();
+    std::copy_n(_classPages[0], _latinClasses.size(), _latinClasses.begin());
+    _advances.assign(size, 0);
+    for (std::size_t i = 0; i < classes; i++) {
+        const Unit &last = i == 0 ? _ownPages.front()->front() : unit(_unitOfClass[i - 1]);
+        if (last.node == kNone)
+            fillGlance(i, 1, last.shift);
+        else
+            fillGlance(last, agreeingWith(last), 1, i);
+    }
+}
+
+/// For windows whose last `depth` units, of which `index` is made, agree with some keys.
+void ReversedKeys::fillGlance(const Unit &last, const Agreeing &keys, int depth, std::size_t index)
+{
+    if (depth == _glance || wholeKey(keys, depth) != kNone)
+        return; // they stay 0
+    for (std::size_t i = 0; i <= _unitOfClass.size(); i++) {
+        Agreeing narrowed = keys;
+        const std::size_t longer = index * (_unitOfClass.size() + 1) + i;
+        if (i == 0)
+            fillGlance(longer, depth + 1, last.shift);
+        else if (narrow(narrowed, depth, _unitOfClass[i - 1]))
+            fillGlance(last, narrowed, depth + 1, longer);
+        else
+            fillGlance(longer, depth + 1, advance(last, depth, _unitOfClass[i - 1]));
+    }
+}
+
+/// All windows that end with these units, whatever stands before them, move on alike.
+void ReversedKeys::fillGlance(std::size_t index, int depth, qsizetype advance)
+{
+    std::size_t count = 1;
+    for (; depth < _glance; depth++)
+        count *= _unitOfClass.size() + 1;
+    std::fill_n(_advances.begin() + std::ptrdiff_t(index * count), count,
+                advance <= 0xFF ? quint8(advance) : quint8(0));
+}
+
+template <int depth>
+qsizetype ReversedKeys::skipped(const char16_t *units, qsizetype window, qsizetype length) const
+{
+    const std::size_t classes = _unitOfClass.size() + 1;
+    while (window < length) {
+        std::size_t index = classOf(units[window]);
+        for (int i = 1; i < depth; i++)
+            index = index * classes + classOf(units[window - i]);
+        const quint8 advance = _advances[index];
+        if (advance == 0)
+            break;
+        window += advance;
+    }
+    return window;
+}
+
+qsizetype ReversedKeys::skip(const char16_t *units, qsizetype window, qsizetype length) const
+{
+    switch (_glance) {
+    case 1:
+        return skipped<1>(units, window, length);
+    case 2:
+        return skipped<2>(units, window, length);
+    case 3:
+        return skipped<3>(units, window, length);
+    default:
+        return window;
     }
 }

@@ -4,6 +4,7 @@
 
 #include <QtGlobal>
 
+#include <algorithm>
 #include <array>
 #include <memory>
 #include <string>
@@ -33,13 +34,21 @@ public:
 
     /// Keys are numbered in the order of their addition. Not empty, and each only once.
     void add(std::u16string key);
-    /// After the last key, before the first question.
-    void prepare();
+    /// After the last key, before the first question. For a text of that length: longer ones are worth more
+    /// preparation.
+    void prepare(qsizetype textLength);
 
     [[nodiscard]] bool isEmpty() const { return _keys.empty(); }
     /// Of all keys.
     [[nodiscard]] qsizetype shortestLength() const { return _shortest; }
     [[nodiscard]] std::u16string_view key(qint32 number) const { return _keys[std::size_t(number)]; }
+
+    /// Units that `skip` looks at before the window's last one.
+    [[nodiscard]] qsizetype unitsBefore() const { return std::max(_glance - 1, 0); }
+    /// Moves windows on as long as their last few units are enough to tell that no key is there, and by how
+    /// much to move: the first window that has to be looked at closely, or one from `length` on. `units` is
+    /// the text; `unitsBefore` units stand before the window.
+    [[nodiscard]] qsizetype skip(const char16_t *units, qsizetype window, qsizetype length) const;
 
     [[nodiscard]] const Unit &unit(char16_t unit) const { return (*_pages[unit >> 8])[unit & 0xFF]; }
     /// Whether the unit stands that far from the end of any key.
@@ -49,20 +58,41 @@ public:
                                            : occursFarOff(distance, unit);
     }
 
-    /// The key that is whole at this node, or kNone. No longer key that ends with it can be met.
-    [[nodiscard]] qint32 wholeKey(qint32 node) const { return _nodes[std::size_t(node)].whole; }
-    /// The only key below this node, whose further units are to be compared one by one, or kNone.
-    [[nodiscard]] qint32 onlyKey(qint32 node) const { return _nodes[std::size_t(node)].only; }
-    /// The node of the keys that have `unit` before what they have at this node, or kNone.
-    [[nodiscard]] qint32 child(qint32 node, char16_t unit) const
+    /// How far a window moves on whose unit at that distance from its last agrees with no key that is left. A
+    /// unit that no key has there moves it by what its last unit allows. Otherwise it moves by the shortest
+    /// key's length, although a key may be stepped over: meant.
+    [[nodiscard]] qsizetype advance(const Unit &last, qsizetype distance, char16_t unit) const
     {
-        const quint64 edge = quint64(node) << 16 | unit;
-        for (std::size_t slot = slotOf(edge);; slot = (slot + 1) & (_edges.size() - 1)) {
-            if (_edges[slot].edge == edge)
-                return _edges[slot].child;
-            if (_edges[slot].child == kNone)
-                return kNone;
+        return occurs(distance, unit) ? _shortest : last.shift;
+    }
+
+    /// The keys that agree with the units read so far, from a window's last one backwards.
+    struct Agreeing
+    {
+        qint32 node;
+        qint32 only; ///< the only one, whose further units are compared without the tree, or kNone
+    };
+
+    /// With a last unit that has a node.
+    [[nodiscard]] Agreeing agreeingWith(const Unit &last) const { return at(last.node); }
+    /// The one that is whole after `depth` units, or kNone. No longer key that ends with it can be met.
+    [[nodiscard]] qint32 wholeKey(const Agreeing &keys, qsizetype depth) const
+    {
+        if (keys.only == kNone)
+            return _nodes[std::size_t(keys.node)].whole;
+        return qsizetype(key(keys.only).size()) == depth ? keys.only : kNone;
+    }
+    /// Keeps those that have `unit` at that distance from their end; false when there are none.
+    [[nodiscard]] bool narrow(Agreeing &keys, qsizetype distance, char16_t unit) const
+    {
+        if (keys.only != kNone) {
+            const std::u16string_view only = key(keys.only);
+            return only[only.size() - 1 - std::size_t(distance)] == unit;
         }
+        const qint32 next = child(keys.node, unit);
+        if (next != kNone)
+            keys = at(next);
+        return next != kNone;
     }
 
 private:
@@ -85,6 +115,18 @@ private:
     {
         return std::size_t(edge * 0x9E3779B97F4A7C15U >> _edgeShift); // 2^64 over the golden ratio
     }
+    [[nodiscard]] Agreeing at(qint32 node) const { return {node, _nodes[std::size_t(node)].only}; }
+    /// The node of the keys that have `unit` before what they have at this node, or kNone.
+    [[nodiscard]] qint32 child(qint32 node, char16_t unit) const
+    {
+        const quint64 edge = quint64(node) << 16 | unit;
+        for (std::size_t slot = slotOf(edge);; slot = (slot + 1) & (_edges.size() - 1)) {
+            if (_edges[slot].edge == edge)
+                return _edges[slot].child;
+            if (_edges[slot].child == kNone)
+                return kNone;
+        }
+    }
     [[nodiscard]] bool occursFarOff(qsizetype distance, char16_t unit) const;
     Unit &changeableUnit(char16_t unit);
     void noteUnits(const std::u16string &key);
@@ -93,6 +135,15 @@ private:
     [[nodiscard]] qint32 newNode(qint32 number, qsizetype depth);
     void addEdge(qint32 node, char16_t unit, qint32 child);
     void growEdges();
+    void prepareGlance(qsizetype textLength);
+    void fillGlance(const Unit &last, const Agreeing &keys, int depth, std::size_t index);
+    void fillGlance(std::size_t index, int depth, qsizetype advance);
+    [[nodiscard]] std::size_t classOf(char16_t unit) const
+    {
+        return unit < _latinClasses.size() ? _latinClasses[unit] : _classPages[unit >> 8][unit & 0xFF];
+    }
+    template <int depth>
+    [[nodiscard]] qsizetype skipped(const char16_t *units, qsizetype window, qsizetype length) const;
 
     std::vector<std::u16string> _keys;
     qsizetype _shortest = 0;
@@ -106,4 +157,13 @@ private:
     /// For each distance from kMaskedDistances on, where its units, in order, begin in `_farUnits`.
     std::vector<std::size_t> _farStarts;
     std::u16string _farUnits;
+
+    // Where a window goes on to, by the classes of its last units: 0 where that takes a closer look. Each
+    // unit of the keys is a class of its own, all others are class 0.
+    int _glance = 0;               ///< units that are looked at; 0 for no table
+    std::u16string _unitOfClass;   ///< from class 1 on
+    std::vector<quint8> _advances; ///< the class of the last unit counts most
+    std::array<quint8, 256> _latinClasses;
+    std::vector<std::array<quint8, 256>> _classes; ///< the first is that of units that no key has
+    std::array<const quint8 *, 256> _classPages;
 };
