@@ -127,6 +127,7 @@ private Q_SLOTS:
     void survivesItsDelegate();
     void sharesFilesAmongWatchers();
     void looksAtAllWhenEventsWereLost();
+    void goesOnAfterErrors();
     void leavesTheParentAloneInAChild();
     void agreesWithAnotherProcess();
 };
@@ -365,6 +366,30 @@ void QFFileWatcherTest::looksAtAllWhenEventsWereLost()
     log.write(u"a"_s);
     QTRY_VERIFY(log.calls.contains(u"deleted d"_s) && log.calls.contains(u"changed c"_s));
     QCOMPARE(log.calls.size(), 3);
+}
+
+void QFFileWatcherTest::goesOnAfterErrors()
+{
+    WatchLog log;
+    log.write(u"a"_s);
+    QFFileWatcher watcher(&log);
+    QVERIFY(watcher.addFile(log.path(u"a"_s)));
+    log.take();
+    int queue = 0;
+    while (queue < 1000 && !QFile::symLinkTarget(u"/proc/self/fd/%1"_s.arg(queue)).endsWith(u":inotify"))
+        queue++;
+    const int kept = ::dup(queue);
+    QTest::ignoreMessage(QtWarningMsg, "QFFileWatcher: kevent: 9\n");
+    QTest::ignoreMessage(QtWarningMsg, "QFFileWatcher: kevent: -1 (9)");
+    QCOMPARE(::close(queue), 0);
+    const bool isAdded = watcher.addFile(log.folder.path());
+    QTest::qSleep(400);
+    QCOMPARE(::dup2(kept, queue), queue);
+    ::close(kept);
+    QVERIFY(!isAdded);
+    log.take();
+    log.write(u"a"_s);
+    QTRY_COMPARE(log.calls, QStringList(u"changed a"_s));
 }
 
 void QFFileWatcherTest::leavesTheParentAloneInAChild()
