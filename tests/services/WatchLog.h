@@ -9,6 +9,7 @@
 #include <QTemporaryDir>
 
 #include <functional>
+#include <utility>
 
 /// A delegate that writes down what it is told, such as "changed a", with the names inside its own folder.
 class WatchLog : public QFFileWatcherDelegate
