@@ -49,12 +49,13 @@ bool readTarget(const QByteArray &target, HTTPRequest &request)
     const auto isVisible = [](char byte) { return byte > ' ' && byte < '\x7f' && byte != '#'; };
     if (!target.startsWith('/') || !std::all_of(target.begin(), target.end(), isVisible))
         return false;
-    const qsizetype end = target.indexOf('?');
+    const qsizetype mark = target.indexOf('?');
+    const qsizetype end = mark < 0 ? target.size() : mark;
     const std::optional<QByteArray> path = decoded(target.left(end));
     if (!path)
         return false;
     request.path = *path;
-    request.query = end < 0 ? QByteArray() : target.mid(end);
+    request.query = target.mid(end);
     const QList<QByteArray> names = path->split('/');
     return std::none_of(names.begin(), names.end(),
                         [](const QByteArray &name) { return name == "." || name == ".."; });
