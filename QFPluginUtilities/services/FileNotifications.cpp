@@ -18,9 +18,6 @@ constexpr quint32 kFolderMask = kEntryMask | IN_ATTRIB | IN_MOVE_SELF | IN_DELET
 /// The kernel says nothing to a folder that is removed while somebody holds it, but to its parent.
 constexpr quint32 kParentMask = IN_DELETE | IN_ONLYDIR;
 
-/// At a time, however quickly others write; enough for all that the kernel keeps by default.
-constexpr int kMaximumReads = 16;
-
 /// IN_MASK_ADD: a folder may be watched for its own sake and as a parent.
 int addWatch(int queue, const QByteArray &path, quint32 mask)
 {
@@ -179,22 +176,21 @@ FileNotifications::Event FileNotifications::take()
     return event;
 }
 
-/// Moves all that the kernel has into the queue. Read under the lock, so that no event comes for a watch that
-/// is just being noted.
+/// Moves events from the kernel into the queue: most of the time all that there are, but no more than a
+/// thousand, so that files are handed out also when others write without end. Under the lock, so that no
+/// event comes for a watch that is just being noted.
 int FileNotifications::readEvents()
 {
-    alignas(inotify_event) std::array<char, 65536> buffer;
-    for (int reads = 0; reads < kMaximumReads; reads++) {
-        const ssize_t size = ::read(_queue, buffer.data(), buffer.size());
-        if (size <= 0)
-            return size == 0 || errno == EAGAIN || errno == EINTR ? 0 : errno;
-        for (ssize_t at = 0; at < size;) {
-            inotify_event event;
-            std::memcpy(&event, buffer.data() + at, sizeof event);
-            dispatch(event.wd, event.mask,
-                     event.len > 0 ? QByteArray(buffer.data() + at + sizeof event) : QByteArray());
-            at += ssize_t(sizeof event + event.len);
-        }
+    alignas(inotify_event) std::array<char, 16384> buffer;
+    const ssize_t size = ::read(_queue, buffer.data(), buffer.size());
+    if (size < 0)
+        return errno == EAGAIN || errno == EINTR ? 0 : errno;
+    for (ssize_t at = 0; at < size;) {
+        inotify_event event;
+        std::memcpy(&event, buffer.data() + at, sizeof event);
+        const char *name = buffer.data() + at + sizeof event;
+        dispatch(event.wd, event.mask, event.len > 0 ? QByteArray(name) : QByteArray());
+        at += ssize_t(sizeof event + event.len);
     }
     return 0;
 }
