@@ -170,7 +170,7 @@ QByteArray PreviewPages::reportPage(const QString &heading, const PreviewReport 
                       "<meta name=\"viewport\" content=\"width=device-width\">\n<title>" +
                       escaped(heading) + "</title>\n<style>" + kReportStyle +
                       "</style>\n</head>\n<body>\n<main>\n<h1>" + escaped(heading) + "</h1>\n";
-    html += "<p>This page shows the site again as soon as it can be.</p>\n";
+    html += "<p>It appears here by itself as soon as it is there.</p>\n";
     if (!report.problems.isEmpty())
         html += list(report.problems, page);
     return html + "</main>\n" + scriptTag(version) + "\n</body>\n</html>\n";

@@ -8,6 +8,13 @@
 
 using namespace Qt::StringLiterals;
 
+namespace {
+
+/// Where the kernel has no more room for watches, all that is left would fail, with a line in the log each.
+constexpr qsizetype kMaximumMissed = 20;
+
+} // namespace
+
 PreviewWatch::PreviewWatch(const QString &folder, std::function<void()> changed)
     : _folder(folder), _changed(std::move(changed)), _watcher(this)
 {
@@ -27,17 +34,18 @@ QString PreviewWatch::refresh()
     const bool isBegun = !_watcher.folder().isNull();
     if (!(isBegun ? _watcher.refreshFolder() : _watcher.addFolder(_folder)))
         addRest();
-    if (_missed == 0 || _missed == missed)
+    if (_missed == 0 || missed > 0)
         return {};
-    return _folder + u": "_s + QString::number(_missed) +
-           u" files or folders cannot be watched; what changes in them is built with the next change elsewhere"_s;
+    return _folder +
+           u": not everything in it can be watched; what changes there is seen with the next change "
+           "elsewhere"_s;
 }
 
 /// The watcher gives up at the first file that it cannot watch, a link to nothing perhaps.
 void PreviewWatch::addRest()
 {
     QDirIterator entries(_folder, QDir::AllEntries | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (entries.hasNext()) {
+    while (entries.hasNext() && _missed < kMaximumMissed) {
         const QString path = entries.next();
         if (_watcher.locateFileByPath(path).isEmpty() && !_watcher.addFile(path))
             ++_missed;

@@ -71,11 +71,16 @@ void openBrowser(const QString &address)
         complain(u"note: there is no xdg-open to open a browser with; the address is "_s + address);
 }
 
+QString counted(qsizetype count, const QString &one)
+{
+    return QString::number(count) + u' ' + one + (count == 1 ? u""_s : u"s"_s);
+}
+
 void printBuild(const PreviewReport &report)
 {
     if (report.outcome == PreviewReport::Outcome::Built)
-        complain(u"built: "_s + QString::number(report.written) + u" files changed, "_s +
-                 QString::number(report.problems.size()) + u" problems"_s);
+        complain(u"built: "_s + counted(report.written, u"changed file"_s) + u", "_s +
+                 counted(report.problems.size(), u"problem"_s));
 }
 
 int serve(const QString &site, quint16 port, const QStringList &options, bool opens, bool isQuiet)
