@@ -1,5 +1,7 @@
 #include "Measuring.h"
 
+#include "text/NSString+CRC_Checksum.h"
+#include "text/NSString+MD5_Checksum.h"
 #include "text/QFCharacterConverter.h"
 #include "text/QFHTMLTextWriter.h"
 #include "text/QFStrings.h"
@@ -176,10 +178,21 @@ void measureCharset(const char *name, const char *charset, CFStringEncoding enco
 #endif
 }
 
+/// Over ASCII text, so units are bytes: the checksum against the digest, and how much it takes a second.
+void measureChecksum()
+{
+    const QString text = repeatedTo(textLength, markup);
+    require(CRC_Checksum::crcChecksum(u"123456789"_s).toHex() == "181989fc", "checksum");
+    const double ours = medianMilliseconds([&] { return CRC_Checksum::crcChecksum(text); });
+    printRatio("checksum", ours, "MD5", medianMilliseconds([&] { return MD5_Checksum::md5Checksum(text); }));
+    std::printf("%44s %9.2f GB/s\n", "", static_cast<double>(textLength) / ours / 1e6);
+}
+
 } // namespace
 
 int main()
 {
+    measureChecksum();
     measureEscaping("XML escaping, clean", sprinkled(u"é€", 10));
     measureEscaping("XML escaping, markup", repeatedTo(textLength, markup));
     measureEscaping("XML escaping, dense (1 in 5)", sprinkled(u"<>&'\"", 5));

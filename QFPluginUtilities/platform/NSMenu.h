@@ -2,7 +2,9 @@
 
 #include "platform/NSAttributedString.h"
 
+#include <QImage>
 #include <QList>
+#include <QPointer>
 #include <QString>
 #include <QVariant>
 
@@ -10,12 +12,15 @@
 
 struct NSMenu;
 
-/// One entry of a menu, as data: a window shows it and sends `action` to whoever answers it.
+/// One entry of a menu, as data: a window shows it and sends `action` to `target`, or without one to whoever
+/// answers it.
 struct NSMenuItem
 {
     QString title;
-    QString action;        ///< name of the operation, colon included; nil for none
-    QString keyEquivalent; ///< empty for none
+    QString action;           ///< name of the operation, colon included; nil for none
+    QPointer<QObject> target; ///< not owned
+    QString keyEquivalent;    ///< empty for none
+    QImage image;             ///< null for none
     QVariant representedObject;
     NSAttributedString attributedTitle; ///< empty unless the title is drawn in fonts of its own
     std::shared_ptr<NSMenu> submenu;    ///< nullptr for none

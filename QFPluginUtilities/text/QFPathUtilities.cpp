@@ -1,5 +1,8 @@
 #include "text/QFPathUtilities.h"
 
+#include "platform/AliasRecord.h"
+#include "platform/WithoutThrowing.h"
+
 #include <QFileInfo>
 
 using namespace Qt::StringLiterals;
@@ -32,13 +35,19 @@ qint32 QFPathUtilities::pathToFSSpec(const QString &path, QString *specification
     return pathToFSRef(path, specification);
 }
 
-QByteArray QFPathUtilities::aliasForPathRelativeTo(const QString & /*path*/, const QString & /*base*/)
+QByteArray QFPathUtilities::aliasForPathRelativeTo(const QString &path, const QString &base)
 {
-    return {};
+    return withoutThrowing([&] {
+        const std::optional<AliasRecord> record = AliasRecord::ofFile(path, base);
+        return record ? record->toBytes() : QByteArray();
+    });
 }
 
-QString QFPathUtilities::resolveAliasRelativeTo(const QByteArray & /*alias*/, const QString & /*base*/,
+QString QFPathUtilities::resolveAliasRelativeTo(const QByteArray &alias, const QString &base,
                                                 bool /*withoutUI*/)
 {
-    return {};
+    return withoutThrowing([&] {
+        const std::optional<AliasRecord> record = AliasRecord::fromBytes(alias);
+        return record ? record->resolve(base) : QString();
+    });
 }

@@ -1,5 +1,6 @@
 #include "host/build/SiteBuilder.h"
 #include "host/build/FileStamp.h"
+#include "host/build/PageErrors.h"
 #include "host/plugins/PluginModules.h"
 #include "tests/host/SiteMaker.h"
 
@@ -39,6 +40,7 @@ private Q_SLOTS:
     void followsNoLinksInTheOutput();
     void reportsWhatStandsInTheWay();
     void keepsWhatACancelledBuildDidNotReach();
+    void turnsRecordsIntoPageErrors();
 
 private:
     BuildResult build(
@@ -525,6 +527,23 @@ void SiteBuilderTest::keepsWhatACancelledBuildDidNotReach()
     QCOMPARE(result.files, whole.files);
     QCOMPARE(result.pruned, QStringList());
     QCOMPARE(build().orphans, QStringList());
+}
+
+void SiteBuilderTest::turnsRecordsIntoPageErrors()
+{
+    BuildResult result = buildPages(u"{'id': 'a', @, 'settings': {'does': {'contentHTML': 'throw'}}}"_s);
+    QFReportRecord loss;
+    loss.page = u"b"_s;
+    loss.message = u"written twice"_s;
+    loss.file = u"p.png"_s;
+    result.records.append(loss);
+    const QList<PageErrors> pages = pageErrors(result.records);
+    QCOMPARE(pages.size(), 2);
+    QCOMPARE(pages[0].page, u"a"_s);
+    QCOMPARE(pages[0].errors[0]->level(), kPageErrorFailure);
+    QCOMPARE(pages[0].errors[0]->reason(), result.records[0].message);
+    QCOMPARE(pages[1].errors[0]->level(), kPageErrorLoss);
+    QCOMPARE(pages[1].errors[0]->reason(), u"written twice (p.png)"_s);
 }
 
 QTEST_GUILESS_MAIN(SiteBuilderTest)

@@ -12,6 +12,7 @@ class QFPathUtilitiesTest : public QObject
 
 private Q_SLOTS:
     void resolvesNothing();
+    void findsFilesAgain();
     void refersToWhatExists();
 };
 
@@ -23,9 +24,22 @@ void QFPathUtilitiesTest::resolvesNothing()
     for (const QString &path : {link, u"/a//b/"_s, u"relative"_s, u""_s}) {
         QCOMPARE(QFPathUtilities::resolveAlias(path), path);
         QCOMPARE(QFPathUtilities::resolveAliases(path), path);
-        QVERIFY(QFPathUtilities::aliasForPathRelativeTo(path, {}).isNull());
         QVERIFY(QFPathUtilities::resolveAliasRelativeTo(path.toUtf8(), folder.path(), true).isNull());
     }
+}
+
+void QFPathUtilitiesTest::findsFilesAgain()
+{
+    const QTemporaryDir folder;
+    QVERIFY(QFPathUtilities::aliasForPathRelativeTo(folder.filePath(u"x"_s), folder.path()).isNull());
+    QVERIFY(QFPathUtilities::aliasForPathRelativeTo({}, {}).isNull());
+    QVERIFY(QDir(folder.path()).mkdir(u"x"_s));
+    const QByteArray alias = QFPathUtilities::aliasForPathRelativeTo(folder.filePath(u"x"_s), {});
+    QCOMPARE(QFPathUtilities::resolveAliasRelativeTo(alias, {}, true), folder.filePath(u"x"_s));
+    QVERIFY(QDir(folder.path()).rename(u"x"_s, u"y"_s));
+    QCOMPARE(QFPathUtilities::resolveAliasRelativeTo(alias, folder.path(), false), folder.filePath(u"y"_s));
+    QVERIFY(QDir(folder.path()).rmdir(u"y"_s));
+    QVERIFY(QFPathUtilities::resolveAliasRelativeTo(alias, folder.path(), true).isNull());
 }
 
 void QFPathUtilitiesTest::refersToWhatExists()

@@ -119,6 +119,8 @@ void QfTest::exitsAsTold_data()
     row({u"text"_s, u"shout"_s}, 2, "qf: that is no operation");
     row({u"text"_s, u"escape-xml"_s, u"--all"_s}, 2, "qf: that is no operation");
     row({u"text"_s, u"encode"_s, u"x"_s}, 2, "qf: encode needs the number");
+    row({u"text"_s, u"md5"_s, u"--recursive"_s}, 2, "qf: --recursive belongs to replace");
+    row({u"text"_s, u"replace"_s, u"none.json"_s}, 1, "qf: none.json");
     row({u"text"_s, u"encode"_s, u"0"_s}, 1, "qf: there is no character set 0");
 }
 
@@ -151,6 +153,8 @@ void QfTest::changesText_data()
     row({u"filename"_s}, "Café Menu", "caf00e9-menu");
     row({u"valid-filename"_s}, "x?/a b.html", "true");
     row({u"strip-separators"_s}, "a///b", "a/b");
+    row({u"crc"_s}, "123456789", "181989fc");
+    row({u"md5"_s}, "", "d41d8cd98f00b204e9800998ecf8427e");
     row({u"encode"_s, u"1536"_s}, "é", "&#233;");
 }
 
@@ -162,6 +166,11 @@ void QfTest::changesText()
     QTEST(ended.output, "output");
     QCOMPARE(ended.code, 0);
     QCOMPARE(qf(QStringList{u"text"_s} + operation, "\xED\xA0\x80").code, 1); // no UTF-8
+    const QTemporaryDir folder;
+    QVERIFY(write(folder.filePath(u"map.json"_s), R"({"aa": "a"})"));
+    QCOMPARE(qf({u"text"_s, u"replace"_s, u"map.json"_s}, "xaaaa", folder.path()).output, QByteArray("xaaa"));
+    QCOMPARE(qf({u"text"_s, u"replace"_s, u"map.json"_s, u"--recursive"_s}, "xaaaa", folder.path()).output,
+             QByteArray("xaa"));
     const Ended denied = qf({u"text"_s, u"valid-filename"_s}, "a+b");
     QVERIFY(denied.output == "false" && denied.code == 0);
 }

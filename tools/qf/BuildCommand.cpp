@@ -1,6 +1,7 @@
 #include "tools/qf/Command.h"
 #include "tools/qf/ProgressBar.h"
 
+#include "host/build/PageErrors.h"
 #include "host/build/SiteBuilder.h"
 #include "host/plugins/PluginModules.h"
 
@@ -95,18 +96,11 @@ QString counted(qsizetype count, const QString &one, const QString &many)
 /// Problems by page, those of the site first.
 void printProblems(const BuildResult &result)
 {
-    QString page;
-    bool isFirst = true;
-    for (const QFReportRecord &record :
-         result.records.first(std::min(result.records.size(), kMaximumShown))) {
-        if (isFirst || record.page != page)
-            complain(record.page.isNull() ? u"the site:"_s : u"page "_s + record.page + u':');
-        isFirst = false;
-        page = record.page;
-        const QString file = record.file.isNull() || record.message.contains(record.file)
-                                 ? QString()
-                                 : u" ("_s + record.file + u')';
-        complain(u"    "_s + record.message + file);
+    for (const PageErrors &page :
+         pageErrors(result.records.first(std::min(result.records.size(), kMaximumShown)))) {
+        complain(page.page.isNull() ? u"the site:"_s : u"page "_s + page.page + u':');
+        for (const auto &error : page.errors)
+            complain((error->level() < kPageErrorFailure ? u"    note: "_s : u"    "_s) + error->reason());
     }
     if (result.records.size() > kMaximumShown)
         complain(u"    and "_s + QString::number(result.records.size() - kMaximumShown) + u" more"_s);

@@ -1,7 +1,13 @@
 #include "tools/qf/Command.h"
 
+#include "host/JSONFile.h"
 #include "host/TextFile.h"
+#include "platform/QFReport.h"
+#include "text/NSString+CRC_Checksum.h"
+#include "text/NSString+HorspoolFeng.h"
+#include "text/NSString+MD5_Checksum.h"
 #include "text/QFCharacterConverter.h"
+#include "text/QFDataCompress.h"
 #include "text/QFStrings.h"
 
 #include <QFile>
@@ -31,8 +37,14 @@ Changes text from standard input, which must be UTF-8, and writes bytes to stand
   filename                  a safe file name in lower case
   valid-filename            true or false: whether a file of that name (or path) may go onto a web server
   strip-separators          one slash for every run of slashes
+  md5, crc                  a digest of the text, in hexadecimal
+  replace MAP.json [--recursive]
+                            the keys of a JSON object by their strings, all in one pass; see docs/replacement.md
+                            for what that finds. --recursive searches what was put in, too
+  compress                  any bytes as a zlib stream, which must not be longer than they are
 
-Exit codes: 0 done; 1 failed (input that is not UTF-8, another character set); 2 wrong usage.
+Exit codes: 0 done; 1 failed (input that is not UTF-8, another character set, bytes that do not shrink); 2 wrong
+usage.
 )";
 
 using Operation = QString (*)(const QString &text, bool all);
@@ -44,7 +56,12 @@ struct NamedOperation
     bool takesAll;
 };
 
-constexpr std::array<NamedOperation, 8> kOperations{{
+QString hexadecimal(const QByteArray &bytes)
+{
+    return QString::fromLatin1(bytes.toHex());
+}
+
+constexpr std::array<NamedOperation, 10> kOperations{{
     {u"escape-xml",
      [](const QString &text, bool) { return QFStringUtilities::stringEscapedForXMLElementText(text); },
      false},
@@ -70,6 +87,8 @@ constexpr std::array<NamedOperation, 8> kOperations{{
      false},
     {u"strip-separators",
      [](const QString &text, bool) { return QFStringUtilities::stripRepeatedPathSeparators(text); }, false},
+    {u"md5", [](const QString &text, bool) { return hexadecimal(MD5_Checksum::md5Checksum(text)); }, false},
+    {u"crc", [](const QString &text, bool) { return hexadecimal(CRC_Checksum::crcChecksum(text)); }, false},
 }};
 
 /// All of standard input, or nothing when it is not UTF-8.
@@ -104,12 +123,58 @@ int encode(const QString &charset)
     return bytes ? writeOutput(*bytes, {}) : failed(u"there is no character set "_s + charset);
 }
 
+/// False, with a complaint, where the map holds something else than strings.
+bool readSubstrings(const QString &path, QVariantMap &substrings)
+{
+    QString error;
+    const std::optional<QJsonObject> map = JSONFile::read(path, error);
+    if (!map) {
+        complain(error);
+        return false;
+    }
+    for (auto pair = map->begin(); pair != map->end(); ++pair) {
+        if (!pair->isString() || pair.key().isEmpty()) {
+            complain(path + u": the keys must not be empty and the values must be strings"_s);
+            return false;
+        }
+        substrings.insert(pair.key(), pair->toString());
+    }
+    return true;
+}
+
+int replace(const QString &path, bool recursively)
+{
+    QVariantMap substrings;
+    if (!readSubstrings(path, substrings))
+        return Failed;
+    std::optional<QString> text = readInput();
+    if (!text)
+        return inputFailed();
+    QFReport report;
+    {
+        const QFReport::Installed installed(report);
+        HorspoolPang::replaceSubstrings(*text, substrings, recursively);
+    }
+    const int code = writeOutput(utf8WithReferences(*text), {});
+    return report.records().isEmpty() ? code : Failed; // it did not end by itself
+}
+
+int compress()
+{
+    QFile input;
+    if (!input.open(stdin, QIODevice::ReadOnly))
+        return failed(u"standard input cannot be read"_s);
+    const QByteArray bytes = input.readAll();
+    const QByteArray packed = QFDataCompress::compress(bytes.isNull() ? QByteArray("") : bytes);
+    return packed.isNull() ? Failed : writeOutput(packed, {}); // what was wrong has been logged
+}
+
 } // namespace
 
 int runText(const QStringList &arguments)
 {
     QCommandLineParser parser;
-    parser.addOption({u"all"_s, {}});
+    parser.addOptions({{u"all"_s, {}}, {u"recursive"_s, {}}});
     if (const auto code = parsed(parser, arguments, kHelp))
         return *code;
     const QStringList words = parser.positionalArguments();
@@ -117,6 +182,12 @@ int runText(const QStringList &arguments)
     const bool all = parser.isSet(u"all"_s);
     if (name == u"encode" && words.size() == 2 && !all)
         return encode(words.at(1));
+    if (name == u"replace" && words.size() == 2 && !all)
+        return replace(words.at(1), parser.isSet(u"recursive"_s));
+    if (parser.isSet(u"recursive"_s))
+        return wrongUsage(u"--recursive belongs to replace; see qf text --help"_s);
+    if (name == u"compress" && words.size() == 1 && !all)
+        return compress();
     for (const NamedOperation &operation : kOperations) {
         if (operation.name != name || words.size() != 1 || (all && !operation.takesAll))
             continue;
