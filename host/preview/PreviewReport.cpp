@@ -14,12 +14,13 @@ namespace {
 QList<QFReportRecord> recordsFrom(const QJsonArray &json)
 {
     QList<QFReportRecord> records;
-    for (const QJsonValue &value : json) {
+    for (const auto &value : json) {
+        const QJsonObject fields = value.toObject();
         QFReportRecord record;
-        record.kind = value[u"kind"_s].toString();
-        record.message = value[u"message"_s].toString();
-        record.page = value[u"page"_s].toString();
-        record.file = value[u"file"_s].toString();
+        record.kind = fields.value(u"kind"_s).toString();
+        record.message = fields.value(u"message"_s).toString();
+        record.page = fields.value(u"page"_s).toString();
+        record.file = fields.value(u"file"_s).toString();
         records.append(record);
     }
     return records;
@@ -29,7 +30,7 @@ QList<QFReportRecord> recordsFrom(const QJsonArray &json)
 QHash<QByteArray, QString> filesOf(const QJsonArray &pages, const BuildManifest &manifest)
 {
     QHash<QByteArray, QString> files;
-    for (const QJsonValue &page : pages) {
+    for (const auto &page : pages) {
         const QString id = page.toString();
         for (const BuiltFile &file : manifest.pages.value(id).files)
             files.insert(QFile::encodeName(file.path), id);
