@@ -209,6 +209,8 @@ void SiteBuild::take(qsizetype number, const PageResult &made)
         keepEarlierFiles(part, earlierPart(piece));
     result.written += std::count_if(made.files.begin(), made.files.end(),
                                     [](const BuiltFile &file) { return file.isWritten; });
+    if (piece.isPage() && !made.isDone)
+        result.failedPages.append(piece.name);
     if (piece.isPage())
         ++(made.isDone ? result.made : result.failed);
     else

@@ -34,13 +34,14 @@ struct BuildResult
 {
     QString error; ///< a sentence when there was no build at all; nil otherwise
     bool isCancelled = false;
-    qsizetype pages = 0;   ///< that the site has, without external ones
-    qsizetype made = 0;    ///< that were made anew
-    qsizetype failed = 0;  ///< that could not be made or were left out for a fault in site.json
-    bool isWhole = true;   ///< false when a file that belongs to no page could not be written
-    qsizetype files = 0;   ///< that the published site has
-    qsizetype written = 0; ///< whose bytes have changed
-    qint64 bytes = 0;      ///< of all files
+    qsizetype pages = 0;     ///< that the site has, without external ones
+    qsizetype made = 0;      ///< that were made anew
+    qsizetype failed = 0;    ///< that could not be made or were left out for a fault in site.json
+    QStringList failedPages; ///< IDs of those that could not be made
+    bool isWhole = true;     ///< false when a file that belongs to no page could not be written
+    qsizetype files = 0;     ///< that the published site has
+    qsizetype written = 0;   ///< whose bytes have changed
+    qint64 bytes = 0;        ///< of all files
     double seconds = 0;
     QList<QFReportRecord> records; ///< problems, those of pages that were not made anew included
     QStringList orphans;           ///< files of earlier builds that no page has any more

@@ -129,6 +129,7 @@ QJsonObject asJson(const BuildResult &result, const QString &output)
             {u"pages"_s, result.pages},
             {u"made"_s, result.made},
             {u"failed"_s, result.failed},
+            {u"failedPages"_s, QJsonArray::fromStringList(result.failedPages)},
             {u"files"_s, result.files},
             {u"written"_s, result.written},
             {u"bytes"_s, result.bytes},

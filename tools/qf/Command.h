@@ -21,6 +21,7 @@ int runMetadata(const QStringList &arguments);
 int runMovie(const QStringList &arguments);
 int runNew(const QStringList &arguments);
 int runPlugins(const QStringList &arguments);
+int runPreview(const QStringList &arguments);
 int runText(const QStringList &arguments);
 
 /// Parses the arguments of a command. An exit code when that is all there is to do: after `--help`, which

@@ -22,6 +22,7 @@ constexpr const char *kHelp = R"(Usage: qf COMMAND [arguments]
   text       escape and encode text
   new        a page plug-in or a site to start from
   build      a whole site, by its pages' plug-ins
+  preview    a site in the browser, made anew while it is written
   check      what is wrong with a site
   plugins    the page plug-ins that there are
 
@@ -34,7 +35,7 @@ struct Command
     int (*run)(const QStringList &arguments);
 };
 
-constexpr std::array<Command, 10> kCommands{{{u"export", runExport},
+constexpr std::array<Command, 11> kCommands{{{u"export", runExport},
                                              {u"convert", runConvert},
                                              {u"image", runImage},
                                              {u"metadata", runMetadata},
@@ -42,6 +43,7 @@ constexpr std::array<Command, 10> kCommands{{{u"export", runExport},
                                              {u"text", runText},
                                              {u"new", runNew},
                                              {u"build", runBuild},
+                                             {u"preview", runPreview},
                                              {u"check", runCheck},
                                              {u"plugins", runPlugins}}};
 
