@@ -24,12 +24,6 @@ const QLoggingCategory &qfExportLog()
     return category;
 }
 
-const QLoggingCategory &qfServicesLog()
-{
-    static const QLoggingCategory category("qf.services");
-    return category;
-}
-
 const QLoggingCategory &qfEditingLog()
 {
     static const QLoggingCategory category("qf.editing");

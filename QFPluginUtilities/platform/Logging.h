@@ -10,6 +10,5 @@ QF_EXPORT const QLoggingCategory &qfPlatformLog(); ///< "qf.platform"
 QF_EXPORT const QLoggingCategory &qfTextLog();     ///< "qf.text"
 QF_EXPORT const QLoggingCategory &qfMediaLog();    ///< "qf.media"
 QF_EXPORT const QLoggingCategory &qfExportLog();   ///< "qf.export"
-QF_EXPORT const QLoggingCategory &qfServicesLog(); ///< "qf.services"
 QF_EXPORT const QLoggingCategory &qfPluginLog();   ///< "qf.plugin", without debug messages
 QF_EXPORT const QLoggingCategory &qfEditingLog();  ///< "qf.editing"

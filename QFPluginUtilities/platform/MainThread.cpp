@@ -11,6 +11,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <pthread.h>
 #include <thread>
 #include <utility>
 
@@ -144,8 +145,12 @@ void applicationStarts()
 
 Q_COREAPP_STARTUP_FUNCTION(applicationStarts)
 
-/// Takes note of the thread that loads the library.
-[[maybe_unused]] const Queue &theQueueFromTheStart = queue();
+/// Takes note of the thread that loads the library. A copy of the process begins with the lock free.
+[[maybe_unused]] const int isPrepared = [] {
+    const auto unlock = [] { queue().lock.unlock(); };
+    queue();
+    return pthread_atfork([] { queue().lock.lock(); }, unlock, unlock);
+}();
 
 } // namespace
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "services/QFFileWatcherDelegate.h"
-#include "services/QFFolderWatcher.h"
+#include "plugin/QFFileWatcherDelegate.h"
+#include "plugin/QFFolderWatcher.h"
 
 #include <QString>
 

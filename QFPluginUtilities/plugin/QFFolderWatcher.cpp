@@ -1,4 +1,4 @@
-#include "services/QFFolderWatcher.h"
+#include "plugin/QFFolderWatcher.h"
 
 #include "platform/NSStringPathExtensions.h"
 

@@ -1,4 +1,4 @@
-#include "services/QFPageError.h"
+#include "plugin/QFPageError.h"
 
 QFPageError::~QFPageError() = default;
 

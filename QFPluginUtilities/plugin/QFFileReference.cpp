@@ -1,4 +1,4 @@
-#include "services/QFFileReference.h"
+#include "plugin/QFFileReference.h"
 
 #include "platform/NSArchivableClasses.h"
 #include "platform/NSKeyedArchiver.h"

@@ -1,4 +1,4 @@
-#include "services/WatchedFile.h"
+#include "plugin/WatchedFile.h"
 
 #include <QFile>
 

@@ -1,4 +1,4 @@
-#include "services/QFFileWatcher.h"
+#include "plugin/QFFileWatcher.h"
 
 #include "platform/Formatting.h"
 #include "platform/Logging.h"
@@ -6,8 +6,8 @@
 #include "platform/QFReport.h"
 #include "platform/Values.h"
 #include "platform/WithoutThrowing.h"
-#include "services/FileNotifications.h"
-#include "services/QFFileWatcherDelegate.h"
+#include "plugin/FileNotifications.h"
+#include "plugin/QFFileWatcherDelegate.h"
 
 #include <QHash>
 #include <QPointer>
@@ -107,7 +107,7 @@ void QFFileWatcher::Data::watchAsync()
         const int error = handNextOver();
         if (error == 0)
             continue;
-        logFailure(qfServicesLog(), u"file-watching"_s,
+        logFailure(qfPluginLog(), u"file-watching"_s,
                    formatted(u"QFFileWatcher: kevent: %d (%d)", {-1, error}));
         std::this_thread::sleep_for(kErrorWait);
     }
@@ -168,7 +168,7 @@ bool QFFileWatcher::Data::addFile(const QString &path)
     const int error = queueError != 0 ? queueError : FileNotifications::shared().watch(file);
     if (error == 0)
         return add(file);
-    logFailure(qfServicesLog(), u"file-watching"_s, formatted(u"QFFileWatcher: kevent: %d\n", {error}), path);
+    logFailure(qfPluginLog(), u"file-watching"_s, formatted(u"QFFileWatcher: kevent: %d\n", {error}), path);
     return false;
 }
 
@@ -245,7 +245,7 @@ void QFFileWatcher::Data::tell(Message message, const QString &path)
     try {
         (told.data()->*message)(path);
     } catch (...) {
-        logFailure(qfServicesLog(), u"file-watching"_s,
+        logFailure(qfPluginLog(), u"file-watching"_s,
                    u"A delegate that was told of a file ended with an exception"_s, path);
     }
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "services/QFFileWatcherDelegate.h"
+#include "plugin/QFFileWatcherDelegate.h"
 
 #include <QDir>
 #include <QFile>

@@ -1,6 +1,6 @@
-#include "services/QFFolderWatcher.h"
+#include "plugin/QFFolderWatcher.h"
 
-#include "tests/services/WatchLog.h"
+#include "tests/plugin/WatchLog.h"
 
 #include <QCoreApplication>
 #include <QTest>

@@ -1,4 +1,4 @@
-#include "services/QFFileReference.h"
+#include "plugin/QFFileReference.h"
 
 #include "platform/NSKeyedArchiver.h"
 #include "platform/NSKeyedUnarchiver.h"

@@ -1,7 +1,7 @@
-#include "services/QFAlert.h"
+#include "plugin/QFAlert.h"
 
 #include "platform/NSBundle.h"
-#include "services/QFPageError.h"
+#include "plugin/QFPageError.h"
 
 #include <QApplication>
 #include <QLabel>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "services/WatchedFile.h"
+#include "plugin/WatchedFile.h"
 
 #include <QHash>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "services/QFFileWatcher.h"
+#include "plugin/QFFileWatcher.h"
 
 /// Watches every file and folder below one folder. Names that begin with a dot are left out; what lies in
 /// such a folder is not, unless its own name begins so. Links to folders are not followed, and names that

@@ -1,4 +1,4 @@
-#include "services/QFAlert.h"
+#include "plugin/QFAlert.h"
 
 #include "platform/Formatting.h"
 #include "platform/Logging.h"
@@ -56,7 +56,7 @@ bool canRun()
     const bool isPossible =
         MainThread::isCurrent() && qobject_cast<QApplication *>(QCoreApplication::instance()) != nullptr;
     if (!isPossible)
-        logFailure(qfServicesLog(), u"alert"_s,
+        logFailure(qfPluginLog(), u"alert"_s,
                    u"An alert needs the main thread of an application with windows"_s);
     return isPossible;
 }
@@ -76,7 +76,7 @@ int run(const QList<Button> &buttons, const QString &message, const QString &inf
     // The number that comes back depends on the buttons' roles, so the button itself is asked for.
     const int result = box.exec();
     if (!answers.contains(box.clickedButton()))
-        logFailure(qfServicesLog(), u"alert"_s, formatted(unexpected, {result}));
+        logFailure(qfPluginLog(), u"alert"_s, formatted(unexpected, {result}));
     return answers.value(box.clickedButton(), 0);
 }
 

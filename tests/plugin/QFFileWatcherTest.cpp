@@ -1,6 +1,6 @@
-#include "services/QFFileWatcher.h"
+#include "plugin/QFFileWatcher.h"
 
-#include "tests/services/WatchLog.h"
+#include "tests/plugin/WatchLog.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>

@@ -1,4 +1,4 @@
-#include "services/FileNotifications.h"
+#include "plugin/FileNotifications.h"
 
 #include <algorithm>
 #include <array>
