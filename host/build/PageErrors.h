@@ -1,7 +1,7 @@
 #pragma once
 
 #include "platform/QFReport.h"
-#include "services/QFPageError.h"
+#include "plugin/QFPageError.h"
 
 #include <QList>
 #include <QString>
