@@ -20,8 +20,7 @@ bool isFailure(const QFReportRecord &record)
 class ReportedError : public QFPageError
 {
 public:
-    explicit ReportedError(const QFReportRecord &record)
-        : _level(isFailure(record) ? kPageErrorFailure : kPageErrorLoss), _reason(record.message)
+    ReportedError(const QFReportRecord &record, int level) : _level(level), _reason(record.message)
     {
         if (!record.file.isNull() && !record.message.contains(record.file))
             _reason += u" ("_s + record.file + u')';
@@ -37,13 +36,15 @@ private:
 
 } // namespace
 
-QList<PageErrors> pageErrors(const QList<QFReportRecord> &records)
+QList<PageErrors> pageErrors(const QList<QFReportRecord> &records, const QStringList &failed)
 {
     QList<PageErrors> pages;
     for (const QFReportRecord &record : records) {
         if (pages.isEmpty() || pages.constLast().page != record.page)
             pages.append({record.page, {}});
-        pages.last().errors.append(std::make_shared<const ReportedError>(record));
+        const bool hasFailed = isFailure(record) || failed.contains(record.page);
+        pages.last().errors.append(
+            std::make_shared<const ReportedError>(record, hasFailed ? kPageErrorFailure : kPageErrorLoss));
     }
     return pages;
 }

@@ -5,6 +5,7 @@
 
 #include <QList>
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -20,5 +21,6 @@ inline constexpr int kPageErrorLoss = 1;    ///< something was left out, as the 
 inline constexpr int kPageErrorFailure = 2; ///< something could not be done
 
 /// The records of a build as errors of pages, in the order of the records; neighbours of the same page are
-/// together. A reason names the file concerned.
-[[nodiscard]] QList<PageErrors> pageErrors(const QList<QFReportRecord> &records);
+/// together. A reason names the file concerned. All that is said of the pages `failed`, unique IDs, is a
+/// failure.
+[[nodiscard]] QList<PageErrors> pageErrors(const QList<QFReportRecord> &records, const QStringList &failed);

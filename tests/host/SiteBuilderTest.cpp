@@ -537,7 +537,7 @@ void SiteBuilderTest::turnsRecordsIntoPageErrors()
     loss.message = u"written twice"_s;
     loss.file = u"p.png"_s;
     result.records.append(loss);
-    const QList<PageErrors> pages = pageErrors(result.records);
+    const QList<PageErrors> pages = pageErrors(result.records, {});
     QCOMPARE(pages.size(), 2);
     QCOMPARE(pages[0].page, u"a"_s);
     QCOMPARE(pages[0].errors[0]->level(), kPageErrorFailure);

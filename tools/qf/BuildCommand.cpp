@@ -96,8 +96,8 @@ QString counted(qsizetype count, const QString &one, const QString &many)
 /// Problems by page, those of the site first.
 void printProblems(const BuildResult &result)
 {
-    for (const PageErrors &page :
-         pageErrors(result.records.first(std::min(result.records.size(), kMaximumShown)))) {
+    for (const PageErrors &page : pageErrors(
+             result.records.first(std::min(result.records.size(), kMaximumShown)), result.failedPages)) {
         complain(page.page.isNull() ? u"the site:"_s : u"page "_s + page.page + u':');
         for (const auto &error : page.errors)
             complain((error->level() < kPageErrorFailure ? u"    note: "_s : u"    "_s) + error->reason());
