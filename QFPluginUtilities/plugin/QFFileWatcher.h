@@ -38,6 +38,9 @@ public:
     /// First tells the delegate that the file changed, on the calling thread, every time: also when the file
     /// is watched already or cannot be. True when it is watched now; false when it cannot be opened, the
     /// kernel refuses (which is logged), or the watcher has stopped. Symbolic links are followed.
+    ///
+    /// A renamed file keeps the record of this path. Another file that has come to the path is not watched
+    /// then, in spite of true, until the record is gone: `fileWasDeleted` with its descriptor takes it away.
     bool addFile(const QString &path);
     /// Does nothing: a file stays watched until `stop`.
     void removeFile(const QString &path);
