@@ -1,5 +1,6 @@
 #include "host/preview/PreviewSession.h"
 
+#include "host/preview/DescriptorLimit.h"
 #include "host/preview/PreviewWatch.h"
 
 #include <QDir>
@@ -83,6 +84,7 @@ void PreviewSession::build()
     QFile::remove(reportFile());
     _build = std::make_unique<QProcess>();
     _build->setProcessChannelMode(QProcess::ForwardedErrorChannel);
+    _build->setChildProcessModifier([] { DescriptorLimit::restore(0); });
     connect(_build.get(), &QProcess::finished, this, &PreviewSession::end);
     connect(_build.get(), &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error == QProcess::FailedToStart)

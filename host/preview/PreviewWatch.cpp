@@ -1,17 +1,34 @@
 #include "host/preview/PreviewWatch.h"
 
+#include "host/preview/DescriptorLimit.h"
+
 #include <QDir>
 #include <QDirIterator>
+#include <QFile>
+#include <QFileInfo>
+#include <QList>
 #include <QScopedValueRollback>
 
+#include <algorithm>
+#include <sys/stat.h>
 #include <utility>
 
 using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Where the kernel has no more room for watches, all that is left would fail, with a line in the log each.
+/// Where there is no more room for watches, all that is left would fail, with a line in the log each.
 constexpr qsizetype kMaximumMissed = 20;
+
+/// Descriptors that connections and builds are to find free.
+constexpr int kReserve = 200;
+
+/// The first number that is too high for the descriptor of a watched file.
+int limitOfWatches()
+{
+    const int limit = DescriptorLimit::current();
+    return limit - std::min(kReserve, limit / 2);
+}
 
 } // namespace
 
@@ -27,13 +44,14 @@ PreviewWatch::~PreviewWatch()
 
 QString PreviewWatch::refresh()
 {
-    const QScopedValueRollback adding(_isAdding, true);
+    const QScopedValueRollback refreshing(_isRefreshing, true);
     const qsizetype missed = std::exchange(_missed, 0);
-    if (_watcher.locateFileByPath(_folder).isEmpty() && !_watcher.addFile(_folder))
-        ++_missed;
-    const bool isBegun = !_watcher.folder().isNull();
-    if (!(isBegun ? _watcher.refreshFolder() : _watcher.addFolder(_folder)))
-        addRest();
+    leaveReplaced();
+    add(_folder);
+    // No hidden folder is entered: .git alone may hold more files than can be watched.
+    QDirIterator entries(_folder, QDir::AllEntries | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
+    while (entries.hasNext() && _missed < kMaximumMissed)
+        add(entries.next());
     if (_missed == 0 || missed > 0)
         return {};
     return _folder +
@@ -41,20 +59,49 @@ QString PreviewWatch::refresh()
            "elsewhere"_s;
 }
 
-/// The watcher gives up at the first file that it cannot watch, a link to nothing perhaps.
-void PreviewWatch::addRest()
+/// A file keeps its record under its old path when it is renamed. Another one that has come there, as the
+/// first save of an editor that keeps the old file does it, would count as watched.
+void PreviewWatch::leaveReplaced()
 {
-    QDirIterator entries(_folder, QDir::AllEntries | QDir::NoDotAndDotDot, QDirIterator::Subdirectories);
-    while (entries.hasNext() && _missed < kMaximumMissed) {
-        const QString path = entries.next();
-        if (_watcher.locateFileByPath(path).isEmpty() && !_watcher.addFile(path))
-            ++_missed;
+    QList<int> replaced;
+    for (auto watched = _watched.cbegin(); watched != _watched.cend(); ++watched) {
+        if (!isStillThere(watched.key(), watched.value()))
+            replaced.append(watched.value());
     }
+    for (const int descriptor : std::as_const(replaced))
+        _watcher.fileWasDeleted(descriptor);
+}
+
+/// The outermost folder is kept while there is none: nobody else would tell that it is back.
+bool PreviewWatch::isStillThere(const QString &path, int descriptor) const
+{
+    struct stat watched = {};
+    struct stat there = {};
+    if (::stat(QFile::encodeName(path).constData(), &there) != 0)
+        return path == _folder;
+    return ::fstat(descriptor, &watched) == 0 && watched.st_dev == there.st_dev &&
+           watched.st_ino == there.st_ino;
+}
+
+void PreviewWatch::add(const QString &path)
+{
+    if (_watched.contains(path))
+        return;
+    if (!_watcher.addFile(path)) {
+        _missed += QFileInfo::exists(path) ? 1 : 0; // it may have gone again
+        return;
+    }
+    const int descriptor = _watcher.locateFileByPath(path).value(u"fd"_s).toInt();
+    _watched.insert(path, descriptor);
+    if (descriptor < limitOfWatches())
+        return;
+    _watcher.fileWasDeleted(descriptor);
+    ++_missed;
 }
 
 void PreviewWatch::watchedFileDidChange(const QString & /*path*/)
 {
-    if (!_isAdding)
+    if (!_isRefreshing)
         _changed();
 }
 
@@ -63,7 +110,9 @@ void PreviewWatch::watchedFileWasRenamed(const QString & /*path*/)
     _changed();
 }
 
-void PreviewWatch::watchedFileWasDeleted(const QString & /*path*/)
+void PreviewWatch::watchedFileWasDeleted(const QString &path)
 {
-    _changed();
+    _watched.remove(path);
+    if (!_isRefreshing)
+        _changed();
 }

@@ -3,11 +3,13 @@
 #include "plugin/QFFileWatcherDelegate.h"
 #include "plugin/QFFolderWatcher.h"
 
+#include <QHash>
 #include <QString>
 
 #include <functional>
 
-/// Notices when something in a folder changes: files, folders, and what is new in them.
+/// Notices when something in a folder changes: files, folders, and what is new in them. What has a hidden
+/// name is left out, and all that lies in hidden folders.
 class PreviewWatch : public QFFileWatcherDelegate
 {
     Q_OBJECT
@@ -25,11 +27,14 @@ public:
     void watchedFileWasDeleted(const QString &path) override;
 
 private:
-    void addRest();
+    void leaveReplaced();
+    [[nodiscard]] bool isStillThere(const QString &path, int descriptor) const;
+    void add(const QString &path);
 
     const QString _folder;
     const std::function<void()> _changed;
     QFFolderWatcher _watcher;
-    bool _isAdding = false; ///< files that are added are told as changed, which is no news
-    qsizetype _missed = 0;  ///< what could not be watched at the last time
+    QHash<QString, int> _watched; ///< descriptors by path
+    bool _isRefreshing = false;   ///< what is told meanwhile is no news
+    qsizetype _missed = 0;        ///< what could not be watched at the last time
 };
