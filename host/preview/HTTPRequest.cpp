@@ -84,7 +84,8 @@ bool readHeader(const QByteArray &line, HTTPRequest &request)
     });
     if (!isToken(name) || !isText)
         return false;
-    if (name == "host" && request.headers.contains(name))
+    const bool counts = name == "host" || name == "content-length" || name == "transfer-encoding";
+    if (counts && request.headers.contains(name))
         return false;
     request.headers.insert(name, value);
     return true;

@@ -16,6 +16,7 @@ using namespace Qt::StringLiterals;
 namespace {
 
 constexpr qint64 kMaximumPage = 32 << 20; ///< larger ones are sent as they are
+constexpr quint16 kUsualPort = 80;        ///< which browsers leave out
 
 constexpr std::array<std::pair<int, const char *>, 14> kReasons{{{200, "OK"},
                                                                  {206, "Partial Content"},
@@ -66,8 +67,10 @@ public:
     [[nodiscard]] PreviewAnswer answer() const;
 
 private:
+    [[nodiscard]] QByteArray host() const { return _request.headers.value("host").toLower(); }
     [[nodiscard]] bool isForUs() const;
     [[nodiscard]] bool isForPage() const;
+    [[nodiscard]] QByteArray scriptTag() const { return PreviewPages::scriptTag(host(), _site.version); }
     [[nodiscard]] PreviewAnswer own() const;
     [[nodiscard]] PreviewAnswer fileAt(const QByteArray &path) const;
     [[nodiscard]] PreviewAnswer page(const PreviewFolder::Found &found, bool isXHTML) const;
@@ -83,9 +86,13 @@ private:
 /// otherwise let that somebody's pages read the site.
 bool Answering::isForUs() const
 {
-    const QByteArray host = _request.headers.value("host").toLower();
+    QByteArray name = host();
     const QByteArray port = ':' + QByteArray::number(_site.port);
-    return host == "127.0.0.1" + port || host == "localhost" + port;
+    if (name.endsWith(port))
+        name.chop(port.size());
+    else if (_site.port != kUsualPort)
+        return false;
+    return name == "127.0.0.1" || name == "localhost";
 }
 
 /// Whether a person would look at the answer, rather than a page take it in.
@@ -156,7 +163,7 @@ PreviewAnswer Answering::page(const PreviewFolder::Found &found, bool isXHTML) c
     html.truncate(std::max<qint64>(found.file.read(html.data(), html.size()), 0));
     // A page in another encoding says so itself, which the answer must not overrule.
     const QByteArray type = isXHTML ? "application/xhtml+xml" : "text/html";
-    return answerOf(PreviewPages::withScript(html, _site.version, isXHTML),
+    return answerOf(PreviewPages::withScript(html, scriptTag(), isXHTML),
                     html.isValidUtf8() ? type + "; charset=utf-8" : type);
 }
 
@@ -198,7 +205,7 @@ PreviewAnswer Answering::redirection() const
 
 PreviewAnswer Answering::report(int status, const QString &heading, const QString &page) const
 {
-    return answerOf(PreviewPages::reportPage(heading, _site.report, page, _site.version),
+    return answerOf(PreviewPages::reportPage(heading, _site.report, page, scriptTag()),
                     "text/html; charset=utf-8", status);
 }
 

@@ -10,7 +10,8 @@
 
 #include <functional>
 
-/// One request and its answer. Deletes itself when the browser has gone, or after too long a silence.
+/// One request and its answer. Deletes itself when the browser has gone, or after too long a silence. One who
+/// closes the own direction after the request, which browsers do not, counts as gone and gets no answer.
 class PreviewConnection : public QObject
 {
     Q_OBJECT

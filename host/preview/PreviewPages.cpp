@@ -15,6 +15,7 @@ constexpr qsizetype kMaximumShown = 100; ///< problems
 constexpr const char *kScript = R"JS('use strict';
 (() => {
   const version = document.currentScript.dataset.version;
+  const address = new URL('/.qf/events', document.currentScript.src);
   if (window.top !== window) return;
 
   const colours = `
@@ -67,15 +68,27 @@ constexpr const char *kScript = R"JS('use strict';
     document.documentElement.append(overlay);
   };
 
+  // Browsers allow six connections, so only pages that are seen may keep one.
+  let events = null;
+  const stop = () => {
+    events?.close();
+    events = null;
+  };
   const listen = () => {
-    const events = new EventSource('/.qf/events');
+    if (events || document.hidden) return;
+    events = new EventSource(address);
     events.onmessage = ({data}) => {
       const state = JSON.parse(data);
       if (state.version === version) show(state);
-      else { events.close(); location.reload(); }
+      else { stop(); location.reload(); }
     };
-    events.onerror = () => { if (events.readyState === EventSource.CLOSED) setTimeout(listen, 1000); };
+    events.onerror = () => {
+      if (events.readyState !== EventSource.CLOSED) return;
+      stop();
+      setTimeout(listen, 1000);
+    };
   };
+  document.addEventListener('visibilitychange', () => document.hidden ? stop() : listen());
   listen();
 })();
 )JS";
@@ -95,11 +108,6 @@ li { margin: 0 0 12px; padding: 14px 18px; border: 1px solid var(--line); border
 li.other { border-left: 1px solid var(--line); }
 small { display: block; margin-top: 4px; color: var(--quiet); font: 13px/1.5 ui-monospace, monospace; }
 )CSS";
-
-QByteArray scriptTag(const QByteArray &version)
-{
-    return "<script src=\"" + PreviewPages::kScriptPath + "\" data-version=\"" + version + "\"></script>";
-}
 
 /// As text of an element; halves of surrogate pairs, which UTF-8 has none of, become question marks.
 QByteArray escaped(const QString &text)
@@ -140,14 +148,19 @@ QByteArray PreviewPages::script()
     return kScript;
 }
 
-QByteArray PreviewPages::withScript(const QByteArray &html, const QByteArray &version, bool isXHTML)
+QByteArray PreviewPages::scriptTag(const QByteArray &host, const QByteArray &version)
+{
+    return "<script src=\"http://" + host + kScriptPath + "\" data-version=\"" + version + "\"></script>";
+}
+
+QByteArray PreviewPages::withScript(const QByteArray &html, const QByteArray &scriptTag, bool isXHTML)
 {
     const bool isUTF16 = html.startsWith("\xFF\xFE") || html.startsWith("\xFE\xFF");
     const qsizetype end = html.toLower().lastIndexOf("</body");
     if (isUTF16 || (isXHTML && end < 0))
         return html;
     QByteArray result = html;
-    return result.insert(end < 0 ? html.size() : end, scriptTag(version));
+    return result.insert(end < 0 ? html.size() : end, scriptTag);
 }
 
 QByteArray PreviewPages::state(const PreviewReport &report, const QByteArray &version)
@@ -164,7 +177,7 @@ QByteArray PreviewPages::state(const PreviewReport &report, const QByteArray &ve
 }
 
 QByteArray PreviewPages::reportPage(const QString &heading, const PreviewReport &report, const QString &page,
-                                    const QByteArray &version)
+                                    const QByteArray &scriptTag)
 {
     QByteArray html = "<!DOCTYPE html>\n<html lang=\"en\" data-qf-report>\n<head>\n<meta charset=\"utf-8\">\n"
                       "<meta name=\"viewport\" content=\"width=device-width\">\n<title>" +
@@ -173,5 +186,5 @@ QByteArray PreviewPages::reportPage(const QString &heading, const PreviewReport 
     html += "<p>It appears here by itself as soon as it is there.</p>\n";
     if (!report.problems.isEmpty())
         html += list(report.problems, page);
-    return html + "</main>\n" + scriptTag(version) + "\n</body>\n</html>\n";
+    return html + "</main>\n" + scriptTag + "\n</body>\n</html>\n";
 }
