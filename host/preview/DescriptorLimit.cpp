@@ -6,6 +6,8 @@
 
 namespace {
 
+constexpr rlim_t kHighest = 1 << 20;
+
 rlimit before = {}; // NOLINT: read between fork and exec
 
 } // namespace
@@ -16,14 +18,14 @@ void DescriptorLimit::raise()
     if (::getrlimit(RLIMIT_NOFILE, &limit) != 0)
         return;
     before = limit;
-    limit.rlim_cur = limit.rlim_max;
+    limit.rlim_cur = std::max(limit.rlim_cur, std::min(limit.rlim_max, kHighest));
     ::setrlimit(RLIMIT_NOFILE, &limit);
 }
 
-void DescriptorLimit::restore(pid_t process)
+void DescriptorLimit::restore()
 {
     if (before.rlim_max != 0)
-        ::prlimit(process, RLIMIT_NOFILE, &before, nullptr);
+        ::setrlimit(RLIMIT_NOFILE, &before);
 }
 
 int DescriptorLimit::current()

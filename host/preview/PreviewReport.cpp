@@ -54,7 +54,7 @@ PreviewReport PreviewReport::ofBuild(const QByteArray &summary, const QByteArray
     result.outcome = Outcome::Built;
     result.problems = recordsFrom(json.value(u"records"_s).toArray());
     result.failedFiles = filesOf(json.value(u"failedPages"_s).toArray(), manifest);
-    result.written = json.value(u"written"_s).toInteger();
+    result.written = json.value(u"written"_s).toInteger() + json.value(u"pruned"_s).toInteger();
     if (!manifest.index.isEmpty())
         result.index = QFile::encodeName(manifest.index);
     return result;

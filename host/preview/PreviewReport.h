@@ -20,7 +20,7 @@ struct PreviewReport
     QHash<QByteArray, QString>
         failedFiles;                 ///< IDs of pages that were not made, by the paths of what lies there
     QByteArray index = "index.html"; ///< name of the file that a folder answers
-    qint64 written = 0;              ///< files that are different since
+    qint64 written = 0;              ///< files that are different since, or gone
 
     /// Reads what `qf build --json` prints, or its report where it has no result to print. `output` is the
     /// built site.

@@ -84,7 +84,7 @@ void PreviewSession::build()
     QFile::remove(reportFile());
     _build = std::make_unique<QProcess>();
     _build->setProcessChannelMode(QProcess::ForwardedErrorChannel);
-    _build->setChildProcessModifier([] { DescriptorLimit::restore(0); });
+    _build->setChildProcessModifier(DescriptorLimit::restore);
     connect(_build.get(), &QProcess::finished, this, &PreviewSession::end);
     connect(_build.get(), &QProcess::errorOccurred, this, [this](QProcess::ProcessError error) {
         if (error == QProcess::FailedToStart)

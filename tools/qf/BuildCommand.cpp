@@ -132,6 +132,7 @@ QJsonObject asJson(const BuildResult &result, const QString &output)
             {u"failedPages"_s, QJsonArray::fromStringList(result.failedPages)},
             {u"files"_s, result.files},
             {u"written"_s, result.written},
+            {u"pruned"_s, result.pruned.size()},
             {u"bytes"_s, result.bytes},
             {u"seconds"_s, result.seconds},
             {u"cancelled"_s, result.isCancelled},

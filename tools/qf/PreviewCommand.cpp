@@ -1,9 +1,11 @@
 #include "tools/qf/Command.h"
 
+#include "host/preview/DescriptorLimit.h"
 #include "host/preview/PreviewServer.h"
 #include "host/preview/PreviewSession.h"
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QFileInfo>
 #include <QProcess>
 #include <QSocketNotifier>
@@ -51,8 +53,10 @@ bool endsWithSignals(QObject &owner)
         return false;
     auto *const notifier = new QSocketNotifier(signalPipe.at(0), QSocketNotifier::Read, &owner);
     QObject::connect(notifier, &QSocketNotifier::activated, &owner, [] { QCoreApplication::quit(); });
-    for (const int signal : {SIGINT, SIGTERM, SIGHUP})
-        std::signal(signal, noteSignal);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGPIPE}) {
+        if (std::signal(signal, noteSignal) == SIG_IGN)
+            std::signal(signal, SIG_IGN); // somebody wants it so: nohup does
+    }
     return true;
 }
 
@@ -76,29 +80,39 @@ QString counted(qsizetype count, const QString &one)
     return QString::number(count) + u' ' + one + (count == 1 ? u""_s : u"s"_s);
 }
 
-void printBuild(const PreviewReport &report)
+void printBuild(const PreviewReport &report, bool isQuiet)
 {
-    if (report.outcome == PreviewReport::Outcome::Built)
+    if (report.outcome == PreviewReport::Outcome::Failed)
+        complain(u"not built: "_s + report.problems.constFirst().message);
+    else if (!isQuiet)
         complain(u"built: "_s + counted(report.written, u"changed file"_s) + u", "_s +
                  counted(report.problems.size(), u"problem"_s));
 }
 
+/// The built copy would be part of the site, and each build a reason for another one.
+bool holdsTemporaryFiles(const QFileInfo &site)
+{
+    const QString temporary = QFileInfo(QDir::tempPath()).canonicalFilePath();
+    const QString way = QDir(site.canonicalFilePath()).relativeFilePath(temporary);
+    return !temporary.isEmpty() && way != u".." && !way.startsWith(u"../");
+}
+
 int serve(const QString &site, quint16 port, const QStringList &options, bool opens, bool isQuiet)
 {
+    if (!endsWithSignals(*QCoreApplication::instance()))
+        return failed(u"there is no room for another pipe"_s);
+    DescriptorLimit::raise();
     PreviewSession session(site, QCoreApplication::applicationFilePath(), options);
     if (session.output().isNull())
         return failed(u"there is no room for temporary files"_s);
     PreviewServer server(session.output());
     if (!server.listen(port))
         return failed(u"port "_s + QString::number(port) + u": "_s + server.errorString());
-    if (!endsWithSignals(server))
-        return failed(u"there is no room for another pipe"_s);
     QObject::connect(&session, &PreviewSession::noted, &server,
                      [](const QString &sentence) { complain(u"note: "_s + sentence); });
     QObject::connect(&session, &PreviewSession::built, &server, [&](const PreviewReport &report) {
         server.show(report);
-        if (!isQuiet)
-            printBuild(report);
+        printBuild(report, isQuiet);
         if (std::exchange(opens, false))
             openBrowser(server.address());
     });
@@ -128,6 +142,9 @@ int runPreview(const QStringList &arguments)
     const QFileInfo site(parser.positionalArguments().constFirst());
     if (!site.isDir())
         return failed(site.filePath() + u": there is no such folder"_s);
+    if (holdsTemporaryFiles(site))
+        return failed(QDir::tempPath() +
+                      u": the folder for temporary files must not lie in the site's folder"_s);
     QStringList options;
     if (jobs > 0)
         options += {u"--jobs"_s, QString::number(jobs)};
