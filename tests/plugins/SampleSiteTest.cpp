@@ -1,3 +1,5 @@
+#include "tests/Files.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QImage>
@@ -75,9 +77,8 @@ void SampleSiteTest::initTestCase()
     for (QDirIterator files(_folder.filePath(u"out"_s), {u"*.html"_s}, QDir::Files,
                             QDirIterator::Subdirectories);
          files.hasNext();) {
-        QFile file(files.next());
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        _pages.insert(file.fileName(), QString::fromUtf8(file.readAll()));
+        const QString file = files.next();
+        _pages.insert(file, QString::fromUtf8(contents(file)));
     }
     QVERIFY(_pages.size() > 20);
 }
