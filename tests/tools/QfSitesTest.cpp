@@ -56,8 +56,6 @@ class QfSitesTest : public QObject
 
 private Q_SLOTS:
     void init();
-    void exitsAsTold_data();
-    void exitsAsTold();
     void buildsTheSameInAnyNumberOfProcesses();
     void losesOnlyPagesOfBadPlugins_data();
     void losesOnlyPagesOfBadPlugins();
@@ -94,29 +92,6 @@ void QfSitesTest::writePages(int count) const
             'extras': [{'name': 'shared', 'data': '%1', 'destination': '/shared.txt'}]}})"_s.arg(i)
                          .arg((i + 1) % count));
     maker->writePages(pages.join(u','));
-}
-
-void QfSitesTest::exitsAsTold_data()
-{
-    addRows({"arguments", "code", "says"}, uR"(
-no site            | build                               | 2 | one site and an output folder are needed
-unknown mode       | build /none -o /none --mode draft   | 2 | --mode must be
-no time            | build /none -o /none --page-seconds 0 | 2 | --page-seconds must be
-two outputs        | build /none -o /none --json --report - | 2 | --json and --report -
-missing site       | build /none -o /none                | 1 | /none: there is no such folder
-nothing to check   | check                               | 2 | one site is needed
-not built          | check -o /none                      | 1 | /none: there is no built site
-)"_s);
-}
-
-void QfSitesTest::exitsAsTold()
-{
-    QFETCH(QString, arguments);
-    QFETCH(QString, says);
-    const Ended result = qf(arguments.split(u' '));
-    QTEST(QString::number(result.code), "code");
-    QVERIFY2(result.errors.startsWith(u"qf: "_s + says), qPrintable(result.errors));
-    QCOMPARE(result.output, QByteArray());
 }
 
 void QfSitesTest::buildsTheSameInAnyNumberOfProcesses()
