@@ -24,9 +24,9 @@ private Q_SLOTS:
     void nothingIsFetchedFromElsewhere();
 
 private:
+    using See = std::function<void(const QHash<QString, QString> &, const QString &page)>;
     /// Calls back with the attributes of each element of the name, and the page that it stands on.
-    void forEach(const QString &element,
-                 const std::function<void(const QHash<QString, QString> &, const QString &page)> &see);
+    void forEach(const QString &element, const See &see);
 
     QTemporaryDir _folder;
     QHash<QString, QString> _pages; ///< text by path
@@ -46,9 +46,7 @@ QString target(const QString &address, const QString &page)
 
 } // namespace
 
-void SampleSiteTest::forEach(
-    const QString &element,
-    const std::function<void(const QHash<QString, QString> &, const QString &page)> &see)
+void SampleSiteTest::forEach(const QString &element, const See &see)
 {
     const QRegularExpression tag(u"<"_s + element + u"\\b([^>]*)>"_s);
     const QRegularExpression attribute(u"([a-z-]+)=\"([^\"]*)\""_s);

@@ -70,7 +70,16 @@ private:
     {
         return QStringList{u"build"_s, maker->site(), u"-o"_s, maker->output()} + options;
     }
-    void writePages(int count) const;
+    /// Pages with files, links from each to the next, and a path that all want.
+    void writePages(int count) const
+    {
+        QStringList pages;
+        for (int i = 0; i < count; ++i)
+            pages.append(uR"({'id': 'p%1', *, 'settings': {'text': '%1', 'asks': 'p%2', 'files': {'f': '%1'},
+                'extras': [{'name': 'shared', 'data': '%1', 'destination': '/shared.txt'}]}})"_s.arg(i)
+                             .arg((i + 1) % count));
+        maker->writePages(pages.join(u','));
+    }
 
     std::optional<SiteMaker> maker;
 };
@@ -81,17 +90,6 @@ void QfSitesTest::init()
     maker->write(u"site/theme/theme.json"_s, "{}");
     maker->write(u"site/theme/template.html"_s, "%content%");
     maker->write(u"site/theme/styles.css"_s, "body {}");
-}
-
-/// Pages with files, links from each to the next, and a path that all want.
-void QfSitesTest::writePages(int count) const
-{
-    QStringList pages;
-    for (int i = 0; i < count; ++i)
-        pages.append(uR"({'id': 'p%1', *, 'settings': {'text': '%1', 'asks': 'p%2', 'files': {'f': '%1'},
-            'extras': [{'name': 'shared', 'data': '%1', 'destination': '/shared.txt'}]}})"_s.arg(i)
-                         .arg((i + 1) % count));
-    maker->writePages(pages.join(u','));
 }
 
 void QfSitesTest::buildsTheSameInAnyNumberOfProcesses()
