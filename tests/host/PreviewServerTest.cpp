@@ -37,6 +37,7 @@ private Q_SLOTS:
     void answersPaths();
     void refusesRequests_data();
     void refusesRequests();
+    void answersToNamesWithoutTheUsualPort();
     void answersRanges_data();
     void answersRanges();
     void answersHeadAsGetWithoutBody();
@@ -154,6 +155,8 @@ void PreviewServerTest::refusesRequests_data()
     row("no host", "GET / HTTP/1.1\r\n\r\n"_ba, "403"_ba);
     row("somebody else's name", "GET / HTTP/1.1\r\nHost: evil.example:80\r\n\r\n"_ba, "403"_ba);
     row("another port", "GET / HTTP/1.1\r\nHost: 127.0.0.1:1\r\n\r\n"_ba, "403"_ba);
+    row("no port", "GET / HTTP/1.1\r\nHost: 127.0.0.1\r\n\r\n"_ba, "403"_ba);
+    row("two lengths", "GET / HTTP/1.1" + host + "Content-Length: 1\r\nContent-Length: 0\r\n\r\n", "400"_ba);
     row("two hosts", "GET / HTTP/1.1" + host + "Host: evil\r\n\r\n", "400"_ba);
     row("folded", "GET / HTTP/1.1" + host + "A: b\r\n c\r\n\r\n", "400"_ba);
     row("blank before colon", "GET / HTTP/1.1" + host + "A : b\r\n\r\n", "400"_ba);
@@ -172,6 +175,20 @@ void PreviewServerTest::refusesRequests()
     request.replace("LOCALHOST", "LocalHost:" + QByteArray::number(server->port()));
     const QByteArray answer = answerTo(request);
     QVERIFY2(answer.startsWith("HTTP/1.1 " + status), answer.constData());
+}
+
+void PreviewServerTest::answersToNamesWithoutTheUsualPort()
+{
+    const PreviewFolder folder(maker->path(u"site"_s));
+    const auto statusFor = [&folder](const QByteArray &host) {
+        const HTTPRequest request =
+            HTTPRequest::parse("GET /index.html HTTP/1.1\r\nHost: " + host + "\r\n\r\n");
+        return PreviewAnswer::to(request, {folder, PreviewReport(), "1", 80}).status;
+    };
+    QCOMPARE(statusFor("localhost"), 200);
+    QCOMPARE(statusFor("127.0.0.1:80"), 200);
+    QCOMPARE(statusFor("localhost:8080"), 403);
+    QCOMPARE(statusFor("evil.example"), 403);
 }
 
 void PreviewServerTest::answersRanges_data()
@@ -220,7 +237,8 @@ void PreviewServerTest::addsTheScriptOnlyToPagesThatPeopleSee()
     maker->write(u"site/latin.html"_s, "<body>\xE9</BODY ><p>");
     maker->write(u"site/part.xhtml"_s, "<p xmlns=\"http://www.w3.org/1999/xhtml\"/>");
     const QByteArray sees = "Accept: text/html,*/*\r\nSec-Fetch-Dest: document\r\n";
-    QVERIFY(get("/index.html", sees).contains("<body>home<script src=\"/.qf/preview.js\""));
+    QVERIFY(get("/index.html", sees)
+                .contains("<body>home<script src=\"" + server->address().toLatin1() + ".qf/preview.js\""));
     QVERIFY(get("/folder/", sees).contains("inner<script"));
     const QByteArray latin = get("/latin.html", sees);
     QVERIFY(latin.contains("\xE9<script") && latin.contains("Content-Type: text/html\r\n"));
