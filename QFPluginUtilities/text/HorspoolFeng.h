@@ -111,7 +111,9 @@ long skip(const Text &text, long window, const ReversedKeys &keys)
 /// itself is stopped, with what it has made until then, and logged: after a million replacements and 64 for
 /// each unit of the text, or at 64 Mi units.
 ///
-/// Cost: linear in the text and in the keys' total length.
+/// Cost: linear in the keys' total length, and in the text where keys do not agree with it for long; at
+/// worst, as where the text consists of the end of a key, over and over, its length times that of the longest
+/// key.
 template <typename Text, typename Iterator>
 void StringReplaceHF(Text &text, [[maybe_unused]] long start, Iterator begin, Iterator end, bool recursive)
 {
