@@ -1,10 +1,10 @@
 // Feeds arbitrary bytes to the reader of movies, and writes again what it takes for one. The media library
 // itself does not tell the fuzzer where it goes; the walk over atoms in front of it does.
 
+#include "fuzz/Require.h"
 #include "movies/MovieAtoms.h"
 #include "movies/MovieFile.h"
 
-#include <cstdlib>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -17,11 +17,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
     if (!movie)
         return 0;
     const QSize shown = movie->displaySize();
-    if (!shown.isEmpty() && (shown.width() > 65535 || shown.height() > 65535))
-        std::abort();
+    require(shown.isEmpty() || (shown.width() <= 65535 && shown.height() <= 65535));
     const int file = ::memfd_create("flattened", MFD_CLOEXEC);
-    if (file < 0 || movie->writeForFastStart(file) > 0)
-        std::abort();
+    require(file >= 0 && movie->writeForFastStart(file) <= 0);
     ::close(file);
     return 0;
 }

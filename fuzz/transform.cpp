@@ -5,12 +5,11 @@
 #include "platform/NSGeometry.h"
 #include "platform/Values.h"
 
-#include <QVariantMap>
+#include <fuzzer/FuzzedDataProvider.h>
 
 #include <array>
+#include <bit>
 #include <cmath>
-#include <cstdint>
-#include <cstring>
 
 // A picture under any attributes: sizes stay in bounds or the picture is empty.
 
@@ -18,38 +17,15 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Takes numbers from the input: any float, or a small one.
-class Input
+/// Any float, or mostly a small one.
+float number(FuzzedDataProvider &input)
 {
-public:
-    Input(const uint8_t *data, size_t size) : _data(data), _size(size) {}
+    if (input.ConsumeIntegral<uint8_t>() % 4 != 0)
+        return static_cast<float>(input.ConsumeIntegral<int8_t>()) / 4;
+    return std::bit_cast<float>(input.ConsumeIntegral<uint32_t>());
+}
 
-    [[nodiscard]] bool hasMore() const { return _size > 0; }
-    uint8_t byte()
-    {
-        if (_size == 0)
-            return 0;
-        --_size;
-        return *_data++;
-    }
-    float number()
-    {
-        if (byte() % 4 != 0)
-            return static_cast<float>(static_cast<int8_t>(byte())) / 4;
-        std::array<uint8_t, sizeof(float)> bytes{};
-        for (uint8_t &one : bytes)
-            one = byte();
-        float value = 0;
-        std::memcpy(&value, bytes.data(), sizeof value);
-        return value;
-    }
-
-private:
-    const uint8_t *_data;
-    size_t _size;
-};
-
-QVariantMap attributesFrom(Input &input)
+QVariantMap attributesFrom(FuzzedDataProvider &input)
 {
     constexpr std::array kKeys{
         u"flipv",  u"fliph",        u"lockratios",   u"width",         u"originalwidth", u"height",
@@ -57,13 +33,13 @@ QVariantMap attributesFrom(Input &input)
         u"height", u"shadowblur",   u"enableborder", u"bordersize",    u"orientation",   u"fillcolour",
         u"width",  u"shadowcolour", u"bordercolour", u"originalheight"};
     QVariantMap map;
-    while (input.hasMore()) {
-        const QString key = QString::fromUtf16(kKeys.at(input.byte() % kKeys.size()));
+    while (input.remaining_bytes() > 0) {
+        const QString key = QString::fromUtf16(kKeys.at(input.ConsumeIntegral<uint8_t>() % kKeys.size()));
         if (key.endsWith(u"colour"_s))
-            map.insert(key, QVariant::fromValue(NSColor::calibratedRGB(input.number(), input.number(), 0.5F,
-                                                                       input.number())));
+            map.insert(key, QVariant::fromValue(
+                                NSColor::calibratedRGB(number(input), number(input), 0.5F, number(input))));
         else
-            map.insert(key, input.number());
+            map.insert(key, number(input));
     }
     return map;
 }
@@ -78,8 +54,8 @@ bool isQuick(NSSize size)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *data, size_t size)
 {
-    Input input(data, size);
-    const NSSize original{input.number(), input.number()};
+    FuzzedDataProvider input(data, size);
+    const NSSize original{number(input), number(input)};
     const QVariantMap attributes = attributesFrom(input);
 
     const QVariantMap oriented = TransformGeometry::orientedAttributes(attributes);

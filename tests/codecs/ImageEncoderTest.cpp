@@ -1,11 +1,11 @@
 #include "codecs/ImageEncoder.h"
 
 #include "codecs/ImageSource.h"
+#include "tests/Rows.h"
 #include "tests/codecs/TestPictures.h"
 
 #include <QColorSpace>
 #include <QSet>
-#include <QTest>
 
 using namespace TestPictures;
 using FileType = ImageEncoder::FileType;
@@ -39,10 +39,8 @@ class ImageEncoderTest : public QObject
 private Q_SLOTS:
     void keepsPixelsWhereTheFormatDoes_data();
     void keepsPixelsWhereTheFormatDoes();
-    void laysTransparencyOnWhite_data();
     void laysTransparencyOnWhite();
     void writesJPEGsOfTheQualityAskedFor();
-    void leavesOutMetadata_data();
     void leavesOutMetadata();
     void choosesAPaletteForThePicture();
     void keepsFewColoursExactly();
@@ -52,17 +50,15 @@ private Q_SLOTS:
 
 void ImageEncoderTest::keepsPixelsWhereTheFormatDoes_data()
 {
-    QTest::addColumn<FileType>("type");
-    QTest::addColumn<Format>("format");
-    QTest::addColumn<QImage>("image");
+    const Rows<FileType, Format, QImage> row({"type", "format", "image"});
     const QImage opaque = photo({53, 31});
     const QImage transparent = withAlpha({53, 31}).convertToFormat(QImage::Format_ARGB32_Premultiplied);
-    QTest::newRow("opaque PNG") << FileType::PNG << Format::PNG << opaque;
-    QTest::newRow("transparent PNG") << FileType::PNG << Format::PNG << transparent;
-    QTest::newRow("PNG of a pixel") << FileType::PNG << Format::PNG << photo({1, 1});
-    QTest::newRow("opaque TIFF") << FileType::TIFF << Format::TIFF << opaque;
-    QTest::newRow("transparent TIFF") << FileType::TIFF << Format::TIFF << transparent;
-    QTest::newRow("opaque BMP") << FileType::BMP << Format::BMP << opaque;
+    row("opaque PNG", FileType::PNG, Format::PNG, opaque);
+    row("transparent PNG", FileType::PNG, Format::PNG, transparent);
+    row("PNG of a pixel", FileType::PNG, Format::PNG, photo({1, 1}));
+    row("opaque TIFF", FileType::TIFF, Format::TIFF, opaque);
+    row("transparent TIFF", FileType::TIFF, Format::TIFF, transparent);
+    row("opaque BMP", FileType::BMP, Format::BMP, opaque);
 }
 
 void ImageEncoderTest::keepsPixelsWhereTheFormatDoes()
@@ -75,25 +71,18 @@ void ImageEncoderTest::keepsPixelsWhereTheFormatDoes()
     QCOMPARE(back, image);
 }
 
-void ImageEncoderTest::laysTransparencyOnWhite_data()
-{
-    QTest::addColumn<FileType>("type");
-    QTest::addColumn<Format>("format");
-    QTest::newRow("JPEG") << FileType::JPEG << Format::JPEG;
-    QTest::newRow("BMP") << FileType::BMP << Format::BMP;
-}
-
 void ImageEncoderTest::laysTransparencyOnWhite()
 {
-    QFETCH(FileType, type);
-    QFETCH(Format, format);
     QImage image(32, 16, QImage::Format_ARGB32_Premultiplied);
     image.fill(Qt::transparent);
     QPainter(&image).fillRect(16, 0, 16, 16, QColor(255, 0, 0, 128));
-    const QImage back = readBack(ImageEncoder::encoded(image, type, 1), format);
-    QCOMPARE(back.format(), QImage::Format_RGB32);
-    QCOMPARE_GE(qBlue(back.pixel(4, 8)), 253);
-    QVERIFY(std::abs(qGreen(back.pixel(28, 8)) - 127) <= 3 && qRed(back.pixel(28, 8)) >= 252);
+    for (const auto &[type, format] :
+         {std::pair(FileType::JPEG, Format::JPEG), {FileType::BMP, Format::BMP}}) {
+        const QImage back = readBack(ImageEncoder::encoded(image, type, 1), format);
+        QCOMPARE(back.format(), QImage::Format_RGB32);
+        QCOMPARE_GE(qBlue(back.pixel(4, 8)), 253);
+        QVERIFY(std::abs(qGreen(back.pixel(28, 8)) - 127) <= 3 && qRed(back.pixel(28, 8)) >= 252);
+    }
 }
 
 void ImageEncoderTest::writesJPEGsOfTheQualityAskedFor()
@@ -111,28 +100,22 @@ void ImageEncoderTest::writesJPEGsOfTheQualityAskedFor()
     QVERIFY(likeness(readBack(ImageEncoder::encoded(image, FileType::JPEG), Format::JPEG), image) > 35);
 }
 
-void ImageEncoderTest::leavesOutMetadata_data()
-{
-    QTest::addColumn<FileType>("type");
-    for (const auto type : {FileType::JPEG, FileType::PNG, FileType::GIF, FileType::TIFF, FileType::BMP})
-        QTest::addRow("type %d", static_cast<int>(type)) << type;
-}
-
 void ImageEncoderTest::leavesOutMetadata()
 {
-    QFETCH(FileType, type);
-    QImage image = photo({40, 30});
-    image.setText(QStringLiteral("Author"), QStringLiteral("a secret name"));
-    image.setColorSpace(QColorSpace(QColorSpace::AdobeRgb));
-    image.setDotsPerMeterX(11811);
-    image.setDotsPerMeterY(11811);
-    image.setDevicePixelRatio(2);
-    const QByteArray bytes = ImageEncoder::encoded(image, type);
-    QVERIFY(!bytes.isEmpty());
-    for (const char *trace : {"secret", "Author", "iCCP", "ICC_PROFILE", "acsp", "tEXt", "pHYs", "Exif"})
-        QVERIFY2(!bytes.contains(trace), trace);
-    // Nothing was converted either: the pixels stand for sRGB.
-    QVERIFY(likeness(QImage::fromData(bytes), image) > 25);
+    for (const auto type : {FileType::JPEG, FileType::PNG, FileType::GIF, FileType::TIFF, FileType::BMP}) {
+        QImage image = photo({40, 30});
+        image.setText(QStringLiteral("Author"), QStringLiteral("a secret name"));
+        image.setColorSpace(QColorSpace(QColorSpace::AdobeRgb));
+        image.setDotsPerMeterX(11811);
+        image.setDotsPerMeterY(11811);
+        image.setDevicePixelRatio(2);
+        const QByteArray bytes = ImageEncoder::encoded(image, type);
+        QVERIFY(!bytes.isEmpty());
+        for (const char *trace : {"secret", "Author", "iCCP", "ICC_PROFILE", "acsp", "tEXt", "pHYs", "Exif"})
+            QVERIFY2(!bytes.contains(trace), trace);
+        // Nothing was converted either: the pixels stand for sRGB.
+        QVERIFY(likeness(QImage::fromData(bytes), image) > 25);
+    }
 }
 
 void ImageEncoderTest::choosesAPaletteForThePicture()

@@ -1,13 +1,14 @@
 #include "codecs/ImageSource.h"
 
 #include "codecs/ImageEncoder.h"
+#include "tests/Files.h"
+#include "tests/Rows.h"
 #include "tests/codecs/TestPictures.h"
 
 #include <QColorSpace>
 #include <QFile>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QtEndian>
 
 #include <sys/stat.h>
@@ -120,16 +121,16 @@ void ImageSourceTest::tellsFormatsByContent()
 
 void ImageSourceTest::readsPixelsOfAllKinds_data()
 {
-    QTest::addColumn<QImage>("image");
+    const Rows<QImage> row({"image"});
     const QImage plain = photo({37, 23});
     for (const auto format : {QImage::Format_Mono, QImage::Format_Indexed8, QImage::Format_Grayscale8,
                               QImage::Format_Grayscale16, QImage::Format_RGB888, QImage::Format_RGBX64})
         QTest::addRow("opaque %d", format) << plain.convertToFormat(format);
-    QTest::newRow("alpha") << withAlpha({37, 23});
-    QTest::newRow("alpha of 16 bits") << withAlpha({37, 23}).convertToFormat(QImage::Format_RGBA64);
+    row("alpha", withAlpha({37, 23}));
+    row("alpha of 16 bits", withAlpha({37, 23}).convertToFormat(QImage::Format_RGBA64));
     QImage indexed = plain.convertToFormat(QImage::Format_Indexed8);
     indexed.setColor(indexed.pixelIndex(5, 5), 0);
-    QTest::newRow("a transparent colour") << indexed;
+    row("a transparent colour", indexed);
 }
 
 void ImageSourceTest::readsPixelsOfAllKinds()
@@ -149,11 +150,10 @@ void ImageSourceTest::readsPixelsOfAllKinds()
 
 void ImageSourceTest::convertsProfiles_data()
 {
-    QTest::addColumn<QByteArray>("format");
-    QTest::addColumn<QImage>("image");
+    const Rows<QByteArray, QImage> row({"format", "image"});
     for (const char *format : {"png", "tiff", "webp", "jpeg"})
         QTest::addRow("%s", format) << QByteArray(format) << photo({80, 60});
-    QTest::newRow("png with alpha") << QByteArray("png") << withAlpha({80, 60});
+    row("png with alpha", "png", withAlpha({80, 60}));
 }
 
 void ImageSourceTest::convertsProfiles()
@@ -237,15 +237,15 @@ void ImageSourceTest::survivesBrokenBytes()
 
 void ImageSourceTest::refusesWhatIsTooLarge_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
+    const Rows<QByteArray> row({"bytes"});
     const QImage image = photo({40, 30});
-    QTest::newRow("PNG") << bomb(file(image, "png"), 16, 20, false, true);
-    QTest::newRow("GIF") << bomb(ImageEncoder::encoded(image, FileType::GIF), 6, 8, true, false);
-    QTest::newRow("BMP") << bomb(file(image, "bmp"), 18, 22, false, false);
+    row("PNG", bomb(file(image, "png"), 16, 20, false, true));
+    row("GIF", bomb(ImageEncoder::encoded(image, FileType::GIF), 6, 8, true, false));
+    row("BMP", bomb(file(image, "bmp"), 18, 22, false, false));
     const QByteArray jpeg = file(image, "jpeg");
     const qsizetype frame = jpeg.indexOf("\xFF\xC0");
-    QTest::newRow("JPEG") << bomb(jpeg, frame + 7, frame + 5, true, true);
-    QTest::newRow("PPM") << QByteArray("P6\n50000 50000\n255\n");
+    row("JPEG", bomb(jpeg, frame + 7, frame + 5, true, true));
+    row("PPM", "P6\n50000 50000\n255\n");
 }
 
 void ImageSourceTest::refusesWhatIsTooLarge()
@@ -260,16 +260,14 @@ void ImageSourceTest::readsRegularFilesOnly()
     const QTemporaryDir folder;
     const QByteArray bytes = file(photo({20, 10}), "png");
     const QString path = folder.filePath(QStringLiteral("a picture.jpg"));
-    QFile picture(path);
-    QVERIFY(picture.open(QIODevice::WriteOnly) && picture.write(bytes) == bytes.size());
-    picture.close();
+    QVERIFY(write(path, bytes));
     const QString link = folder.filePath(QStringLiteral("link"));
     const QString nowhere = folder.filePath(QStringLiteral("nowhere"));
     const QString pipe = folder.filePath(QStringLiteral("pipe"));
     const QString empty = folder.filePath(QStringLiteral("empty.png"));
     QVERIFY(QFile::link(path, link) && QFile::link(nowhere + u'x', nowhere));
     QCOMPARE(::mkfifo(QFile::encodeName(pipe).constData(), 0600), 0);
-    QVERIFY(QFile(empty).open(QIODevice::WriteOnly));
+    QVERIFY(write(empty, ""));
 
     for (const QString &good : {path, link}) {
         const ImageSourcePtr source = ImageSource::withFile(good);

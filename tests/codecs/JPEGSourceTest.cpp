@@ -1,9 +1,9 @@
 #include "codecs/ImageSource.h"
 #include "imaging/ImageOperations.h"
+#include "tests/Rows.h"
 #include "tests/codecs/TestPictures.h"
 
 #include <QColorSpace>
-#include <QTest>
 
 #include <cstdio>
 #include <cstdlib>
@@ -127,11 +127,10 @@ void JPEGSourceTest::readsGrey()
 
 void JPEGSourceTest::decodesPartsAndSizes_data()
 {
-    QTest::addColumn<int>("quality");
-    QTest::addColumn<bool>("isProgressive");
-    QTest::newRow("baseline") << 75 << false;
-    QTest::newRow("full colour") << 98 << false;
-    QTest::newRow("progressive") << 75 << true;
+    const Rows<int, bool> row({"quality", "isProgressive"});
+    row("baseline", 75, false);
+    row("full colour", 98, false);
+    row("progressive", 75, true);
 }
 
 void JPEGSourceTest::decodesPartsAndSizes()
@@ -157,18 +156,18 @@ void JPEGSourceTest::decodesPartsAndSizes()
 
 void JPEGSourceTest::decodesLargeOnes_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
+    const Rows<QByteArray> row({"bytes"});
     const QImage image = photo({4001, 2103});
-    QTest::newRow("half colour") << file(image, "jpeg", 75);
-    QTest::newRow("full colour") << file(image, "jpeg", 98);
-    QTest::newRow("grey") << file(image.convertToFormat(QImage::Format_Grayscale8), "jpeg", 90);
+    row("half colour", file(image, "jpeg", 75));
+    row("full colour", file(image, "jpeg", 98));
+    row("grey", file(image.convertToFormat(QImage::Format_Grayscale8), "jpeg", 90));
     // Codes are made for the picture: there are only those that it needs.
     QBuffer buffer;
     buffer.open(QIODevice::WriteOnly);
     QImageWriter writer(&buffer, "jpeg");
     writer.setOptimizedWrite(true);
     QVERIFY(writer.write(image));
-    QTest::newRow("own codes") << buffer.data();
+    row("own codes", buffer.data());
 }
 
 void JPEGSourceTest::decodesLargeOnes()
@@ -207,14 +206,12 @@ void JPEGSourceTest::decodesLargeOnes()
 
 void JPEGSourceTest::reducesColoursOfAnySampling_data()
 {
-    QTest::addColumn<J_COLOR_SPACE>("space");
-    QTest::addColumn<QSize>("sampling");
-    QTest::addColumn<double>("likenessToDecoder");
+    const Rows<J_COLOR_SPACE, QSize, double> row({"space", "sampling", "likenessToDecoder"});
     for (const QSize &sampling : {QSize(1, 1), QSize(2, 1), QSize(1, 2), QSize(2, 2), QSize(4, 1)}) {
         QTest::addRow("%d by %d", sampling.width(), sampling.height())
             << JCS_RGB << sampling << (sampling == QSize(1, 1) ? 50.0 : 40.0);
     }
-    QTest::newRow("grey") << JCS_GRAYSCALE << QSize(1, 1) << 50.0;
+    row("grey", JCS_GRAYSCALE, {1, 1}, 50.0);
 }
 
 void JPEGSourceTest::reducesColoursOfAnySampling()

@@ -1,8 +1,8 @@
 #include "codecs/ImageSource.h"
+#include "tests/Rows.h"
 #include "tests/codecs/TestPictures.h"
 
 #include <QColorSpace>
-#include <QTest>
 #include <QtEndian>
 
 #include <functional>
@@ -186,13 +186,13 @@ void PSDSourceTest::readsModesAndDepths()
 
 void PSDSourceTest::takesWhiteOutOfTransparency_data()
 {
-    QTest::addColumn<QByteArray>("layers");
-    QTest::addColumn<int>("depth");
+    const Rows<QByteArray, int> row({"layers", "depth"});
     const QByteArray layers = number(qint16(-1));
-    QTest::newRow("layers") << block(layers) << 8;
-    QTest::newRow("layers of 16 bits") << block({}) + block(QByteArray(3, 0)) + "8BIMPatt" + block("12345") +
-                                              QByteArray(3, 0) + "8BIMLr16" + block(layers)
-                                       << 16;
+    row("layers", block(layers), 8);
+    row("layers of 16 bits",
+        block({}) + block(QByteArray(3, 0)) + "8BIMPatt" + block("12345") + QByteArray(3, 0) + "8BIMLr16" +
+            block(layers),
+        16);
 }
 
 void PSDSourceTest::takesWhiteOutOfTransparency()

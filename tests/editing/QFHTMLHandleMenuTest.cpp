@@ -3,6 +3,7 @@
 #include "platform/NSUserDefaults.h"
 #include "platform/QFReport.h"
 #include "platform/Values.h"
+#include "tests/Files.h"
 
 #include <QDir>
 #include <QTemporaryDir>
@@ -45,17 +46,10 @@ QString at(const QString &path)
     return desktop().filePath(path);
 }
 
-void write(const QString &path, const QByteArray &text)
-{
-    QDir().mkpath(QFileInfo(at(path)).path());
-    QFile file(at(path));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write(text) == text.size());
-}
-
 void writeProgram(const QString &name, const QByteArray &entries)
 {
-    write(u"data/applications/"_s + name,
-          "[Desktop Entry]\nType=Application\nMimeType=text/html\n" + entries);
+    QVERIFY(write(at(u"data/applications/"_s + name),
+                  "[Desktop Entry]\nType=Application\nMimeType=text/html\n" + entries));
 }
 
 void writePicture(const QString &path, QSize size)
@@ -109,10 +103,12 @@ void QFHTMLHandleMenuTest::initTestCase()
     writeProgram(u"twin.desktop"_s, "Name=Alpha\nExec=/bin/sh %f\nIcon=missing\n");
     writeProgram(u"hidden.desktop"_s, "Name=Hidden\nExec=/bin/sh %f\nNoDisplay=true\n");
     writeProgram(u"gone.desktop"_s, "Name=Gone\nExec=/none/at/all %f\n");
-    write(u"data/applications/mimeinfo.cache"_s,
-          "[MIME Cache]\ntext/html=alpha.desktop;hidden.desktop;gone.desktop;beta.desktop;twin.desktop;\n");
-    write(u"config/mimeapps.list"_s, "[Added Associations]\ntext/html=twin.desktop\n");
-    write(u"tool"_s, "");
+    QVERIFY(
+        write(at(u"data/applications/mimeinfo.cache"_s),
+              "[MIME "
+              "Cache]\ntext/html=alpha.desktop;hidden.desktop;gone.desktop;beta.desktop;twin.desktop;\n") &&
+        write(at(u"config/mimeapps.list"_s), "[Added Associations]\ntext/html=twin.desktop\n") &&
+        write(at(u"tool"_s), ""));
 }
 
 void QFHTMLHandleMenuTest::init()

@@ -2,6 +2,8 @@
 #include "export/CVHTMLMedia.h"
 #include "media/QFTextAttachment.h"
 #include "platform/QFReport.h"
+#include "tests/Files.h"
+#include "tests/Rows.h"
 #include "tests/export/Styled.h"
 #include "tests/media/MovieMaker.h"
 #include "tests/media/Pictures.h"
@@ -11,7 +13,6 @@
 #include <QImage>
 #include <QImageReader>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <csignal>
 
@@ -39,12 +40,6 @@ QFTextAttachmentPtr ours(const NSTextAttachmentPtr &attachment)
 }
 
 const QVariantMap kHalf{{u"lockratios"_s, true}, {u"scale"_s, 0.5F}};
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
 
 } // namespace
 
@@ -183,9 +178,7 @@ private Q_SLOTS:
     }
     void encodesWhatIsTransformed_data()
     {
-        QTest::addColumn<QVariantMap>("attributes");
-        QTest::addColumn<QSize>("size"); // of the file; empty for one that is copied
-        QTest::addColumn<QString>("markupSize");
+        const Rows<QVariantMap, QSize, QString> row({"attributes", "size", "markupSize"});
         const QVariantMap locked{{u"lockratios"_s, true}};
         const auto with = [&](const QVariantMap &more) {
             QVariantMap map = locked;
@@ -193,27 +186,27 @@ private Q_SLOTS:
             return map;
         };
         const QString own = u"width=\"40\" height=\"30\""_s;
-        QTest::newRow("in its own size") << locked << QSize() << own;
-        QTest::newRow("scaled") << kHalf << QSize(20, 15) << u"width=\"20\" height=\"15\""_s;
+        row("in its own size", locked, {}, own);
+        row("scaled", kHalf, {20, 15}, u"width=\"20\" height=\"15\""_s);
         // What the attributes say about the size stands in the markup, whatever the file's size.
-        QTest::newRow("scaled, with sizes") << with({{u"scale"_s, 0.5F}, {u"width"_s, 9.9F}}) << QSize(20, 15)
-                                            << u"width=\"9\" height=\"15\""_s;
-        QTest::newRow("turned, with sizes") << with({{u"rotation"_s, 90}, {u"width"_s, 9}, {u"height"_s, 0}})
-                                            << QSize(30, 40) << u"width=\"30\" height=\"40\""_s;
-        QTest::newRow("without a size") << with({{u"width"_s, 0}}) << QSize() << QString();
-        QTest::newRow("mirrored") << with({{u"flipv"_s, true}}) << QSize(40, 30) << own;
-        QTest::newRow("bordered") << with({{u"enableborder"_s, true}, {u"bordersize"_s, 1}}) << QSize(42, 32)
-                                  << u"width=\"42\" height=\"32\""_s;
+        row("scaled, with sizes", with({{u"scale"_s, 0.5F}, {u"width"_s, 9.9F}}), {20, 15},
+            u"width=\"9\" height=\"15\""_s);
+        row("turned, with sizes", with({{u"rotation"_s, 90}, {u"width"_s, 9}, {u"height"_s, 0}}), {30, 40},
+            u"width=\"30\" height=\"40\""_s);
+        row("without a size", with({{u"width"_s, 0}}), {}, {});
+        row("mirrored", with({{u"flipv"_s, true}}), {40, 30}, own);
+        row("bordered", with({{u"enableborder"_s, true}, {u"bordersize"_s, 1}}), {42, 32},
+            u"width=\"42\" height=\"32\""_s);
         // Neither cropping nor a ground counts by itself.
-        QTest::newRow("square") << with({{u"square"_s, true}}) << QSize() << own;
+        row("square", with({{u"square"_s, true}}), {}, own);
         // Without a stored size, 0 differs from the original one.
-        QTest::newRow("not locked") << QVariantMap{{u"originalwidth"_s, 40}} << QSize(40, 30) << own;
-        QTest::newRow("not locked, no size at all") << QVariantMap() << QSize() << own;
+        row("not locked", {{u"originalwidth"_s, 40}}, {40, 30}, own);
+        row("not locked, no size at all", {}, {}, own);
     }
     void encodesWhatIsTransformed()
     {
         QFETCH(const QVariantMap, attributes);
-        QFETCH(const QSize, size);
+        QFETCH(const QSize, size); // of the file; empty for one that is copied
         QFETCH(const QString, markupSize);
         const QByteArray png = fileOf(pictureOf(40, 30), "PNG");
         const Outcome outcome = processed(attached(u"a.png", png, attributes));
@@ -233,12 +226,10 @@ private Q_SLOTS:
         QVERIFY(!QFile::exists(gif.path(u"pic_1.png"_s))); // what it was made from
         // ... and another attachment's PNG of that name stays as it is.
         Outcome beside;
-        QFile other(beside.path(u"pic_1.png"_s));
-        QVERIFY(other.open(QIODevice::WriteOnly) && other.write("other") > 0);
-        other.close();
+        QVERIFY(write(beside.path(u"pic_1.png"_s), "other"));
         ours(png)->clearCachedImage();
         process(beside, png, CVHTMLMedia::kGIFFormat);
-        QCOMPARE(contents(other.fileName()), "other");
+        QCOMPARE(contents(beside.path(u"pic_1.png"_s)), "other");
         QCOMPARE(QDir(beside.folder->path()).entryList(QDir::Files | QDir::Hidden).size(), 2);
         // A file that is no picture is not touched by the format.
         QVERIFY(
@@ -293,14 +284,12 @@ private Q_SLOTS:
              "Don't know how to deal with directory wrappers when exporting an image"}};
         for (const auto &[attachment, message] : attachments) {
             Outcome outcome;
-            QFile there(outcome.path(u"pic_1.jpg"_s));
-            QVERIFY(there.open(QIODevice::WriteOnly) && there.write("there") > 0);
-            there.close();
+            QVERIFY(write(outcome.path(u"pic_1.jpg"_s), "there"));
             QTest::ignoreMessage(QtWarningMsg, message.constData());
             process(outcome, attachment);
             QCOMPARE(outcome.markup, QString());
             QCOMPARE(outcome.nextNumber, 1);
-            QCOMPARE(contents(there.fileName()), "there");
+            QCOMPARE(contents(outcome.path(u"pic_1.jpg"_s)), "there");
         }
     }
     void readsThroughLinks()
@@ -316,9 +305,7 @@ private Q_SLOTS:
     {
         // A link in the way is replaced; what it leads to stays.
         const QString outside = _folder.filePath(u"outside"_s);
-        QFile file(outside);
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("mine") > 0);
-        file.close();
+        QVERIFY(write(outside, "mine"));
         for (const qint32 format : {CVHTMLMedia::kPNGFormat, CVHTMLMedia::kGIFFormat}) {
             Outcome outcome;
             QVERIFY(QFile::link(outside, outcome.path(u"pic_1.png"_s)));

@@ -1,4 +1,5 @@
 #include "export/CVHTMLFileWrapper.h"
+#include "tests/Files.h"
 
 #include <QDir>
 #include <QFile>
@@ -22,10 +23,7 @@ void CVHTMLFileWrapperTest::replacesFilesAndLinksButNoFolders()
         return CVHTMLFileWrapper::writeToFile(*NSFileWrapper::regularFileWithContents(bytes),
                                               folder.filePath(name));
     };
-    const auto contents = [&folder](const QString &name) {
-        QFile file(folder.filePath(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("none");
-    };
+    const auto contents = [&folder](const QString &name) { return ::contents(folder.filePath(name)); };
     QVERIFY(write(u"file"_s, "long old contents"));
     QVERIFY(write(u"file"_s, "new"));
     QCOMPARE(contents(u"file"_s), QByteArray("new"));

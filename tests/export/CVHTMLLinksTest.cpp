@@ -1,9 +1,9 @@
 #include "export/CVHTML.h"
 #include "platform/QFReport.h"
+#include "tests/Rows.h"
 #include "tests/export/Styled.h"
 #include "tests/host/SmallHost.h"
 
-#include <QTest>
 #include <QUrl>
 
 using namespace Qt::StringLiterals;
@@ -47,12 +47,9 @@ class CVHTMLLinksTest : public QObject
 private Q_SLOTS:
     void resolvesWithoutAHost_data()
     {
-        QTest::addColumn<QVariant>("link");
-        QTest::addColumn<qint64>("depth");
-        QTest::addColumn<QString>("html");
-        const auto row = [](const char *name, const QFLinkPtr &link, qint64 depth, const char16_t *html) {
-            QTest::newRow(name) << QVariant::fromValue(QVariant::fromValue(link)) << depth
-                                << QString::fromUtf16(html);
+        const Rows<QVariant, qint64, QString> addRow({"link", "depth", "html"});
+        const auto row = [&](const char *name, const QFLinkPtr &link, qint64 depth, const char16_t *html) {
+            addRow(name, QVariant::fromValue(link), depth, QString::fromUtf16(html));
         };
         const auto dressed = makeLink(u"a\nb.html?x=\"1\"&y=é", false);
         dressed->setTitle(u"it's <\"new\">\né"_s);
@@ -72,20 +69,16 @@ private Q_SLOTS:
         const auto bare = std::make_shared<QFLink>();
         bare->setHREF(u""_s);
         row("empty address, no target", bare, 0, u"<a href=\"\">x</a>");
-        QTest::newRow("string") << QVariant::fromValue(QVariant(u"other.html"_s)) << qint64(1)
-                                << u"<a href=\"other.html\">x</a>"_s;
-        QTest::newRow("URL object") << QVariant::fromValue(QVariant(QUrl(u"a.html"_s))) << qint64(0)
-                                    << u"x</a>"_s;
+        addRow("string", u"other.html"_s, 1, u"<a href=\"other.html\">x</a>"_s);
+        addRow("URL object", QUrl(u"a.html"_s), 0, u"x</a>"_s);
     }
     void resolvesWithoutAHost()
     {
         QFETCH(QVariant, link);
         QFETCH(qint64, depth);
-        QFETCH(QString, html);
-        QCOMPARE(CVHTML().exportAttributedString(styled({{u"x", {{NSLinkAttributeName, link}}}}),
-                                                 u"/nowhere"_s, u"f"_s, u"p"_s, u"%c%"_s, u"c"_s, nullptr,
-                                                 depth),
-                 html);
+        QTEST(CVHTML().exportAttributedString(styled({{u"x", {{NSLinkAttributeName, link}}}}), u"/nowhere"_s,
+                                              u"f"_s, u"p"_s, u"%c%"_s, u"c"_s, nullptr, depth),
+              "html");
     }
 
     void asksTheHostForPages()
@@ -120,28 +113,23 @@ private Q_SLOTS:
         plugin->mapper = [](const QString &) { return u"photo.html"_s; };
         QCOMPARE(site.exported(link), u"<a href=\"../us/about_files/photo.html\" rel=\"self\">x</a>"_s);
     }
-    void logsSubpagesThatAreNotThere_data()
-    {
-        QTest::addColumn<bool>("throws");
-        QTest::newRow("unknown") << false;
-        QTest::newRow("mapper throws") << true;
-    }
     void logsSubpagesThatAreNotThere()
     {
-        QFETCH(bool, throws);
-        Site site;
-        SmallDocument::mappingPlugin(site.about)->mapper = [throws](const QString &) -> QString {
-            if (throws)
-                throw std::runtime_error("no");
-            return u""_s;
-        };
-        const auto link = makeLink(u"about", true);
-        link->setSubpageID(u"%1"_s);
-        QFReport report;
-        const QFReport::Installed installed(report);
-        QTest::ignoreMessage(QtWarningMsg, "Couldn't resolve subpage '%1'");
-        QCOMPARE(site.exported(link), u"x</a>"_s);
-        QCOMPARE(report.records().constFirst().page, u"home"_s);
+        for (const bool throws : {false, true}) {
+            Site site;
+            SmallDocument::mappingPlugin(site.about)->mapper = [throws](const QString &) -> QString {
+                if (throws)
+                    throw std::runtime_error("no");
+                return u""_s;
+            };
+            const auto link = makeLink(u"about", true);
+            link->setSubpageID(u"%1"_s);
+            QFReport report;
+            const QFReport::Installed installed(report);
+            QTest::ignoreMessage(QtWarningMsg, "Couldn't resolve subpage '%1'");
+            QCOMPARE(site.exported(link), u"x</a>"_s);
+            QCOMPARE(report.records().constFirst().page, u"home"_s);
+        }
     }
     void goesOnWithoutAMapper()
     {

@@ -1,10 +1,10 @@
 #include "export/CVHTML.h"
 #include "platform/NSUserDefaults.h"
 #include "platform/QFReport.h"
+#include "tests/Rows.h"
 #include "tests/export/Styled.h"
 
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <cmath>
 
@@ -21,6 +21,11 @@ QString exported(const NSAttributedString &text, const QString &HTMLTemplate = u
 QVariantMap directive(const char16_t *name, const char16_t *tag)
 {
     return {{u"name"_s, QString::fromUtf16(name)}, {u"tag"_s, QString::fromUtf16(tag)}};
+}
+
+NSAttributedString letter(const std::vector<NSAttributeDictionary::Entry> &attributes)
+{
+    return NSAttributedString(u"x"_s, NSAttributeDictionary(attributes));
 }
 
 void addRow(const char *name, const NSAttributedString &text, const char16_t *html)
@@ -53,31 +58,26 @@ private Q_SLOTS:
     void exports()
     {
         QFETCH(NSAttributedString, text);
-        QFETCH(QString, html);
-        QCOMPARE(exported(text), html);
+        QTEST(exported(text), "html");
     }
 
     void fillsTemplates_data()
     {
-        QTest::addColumn<NSAttributedString>("text");
-        QTest::addColumn<QString>("HTMLTemplate");
-        QTest::addColumn<QString>("page");
+        const Rows<NSAttributedString, QString, QString> row({"text", "HTMLTemplate", "page"});
         const NSAttributedString text(u"a%content%\n"_s);
-        QTest::newRow("every placeholder, content not rescanned")
-            << text << u"T %content%\n%content%%"_s << u"T a%content%<br />\na%content%<br />%"_s;
-        QTest::newRow("no placeholder") << text << u"<p>"_s << u"<p>"_s;
-        QTest::newRow("nil template") << text << QString() << u""_s;
-        QTest::newRow("empty text") << NSAttributedString() << u"<p>%content%</p>"_s << u"<p></p>"_s;
-        QTest::newRow("a list item is a whole page")
-            << styled({{u"\t-\tx", {listed({u"disc"})}}}) << u"[%content%\n]"_s
-            << u"[<ul class=\"disc\"><li>[x<br />]</li></ul>\n]"_s;
+        row("every placeholder, content not rescanned", text, u"T %content%\n%content%%"_s,
+            u"T a%content%<br />\na%content%<br />%"_s);
+        row("no placeholder", text, u"<p>"_s, u"<p>"_s);
+        row("nil template", text, {}, u""_s);
+        row("empty text", {}, u"<p>%content%</p>"_s, u"<p></p>"_s);
+        row("a list item is a whole page", styled({{u"\t-\tx", {listed({u"disc"})}}}), u"[%content%\n]"_s,
+            u"[<ul class=\"disc\"><li>[x<br />]</li></ul>\n]"_s);
     }
     void fillsTemplates()
     {
         QFETCH(NSAttributedString, text);
         QFETCH(QString, HTMLTemplate);
-        QFETCH(QString, page);
-        QCOMPARE(exported(text, HTMLTemplate), page);
+        QTEST(exported(text, HTMLTemplate), "page");
         QVERIFY(!exported(text, HTMLTemplate).isNull());
     }
 
@@ -86,7 +86,7 @@ private Q_SLOTS:
         CVHTML exporter;
         exporter.setAllowWebUnsafeFonts(true);
         const auto html = [&exporter](const char16_t *name) {
-            const NSAttributedString text = styled({{u"x", {font(name, 9.9F), colour(1, 0, 0)}}});
+            const NSAttributedString text = letter({font(name, 9.9F), colour(1, 0, 0)});
             return exporter.exportAttributedString(text, u"/nowhere"_s, u"p"_s);
         };
         // The weight is lost with the font and comes back only with the colour.
@@ -101,7 +101,7 @@ private Q_SLOTS:
     void comparesWithTheUsersFont()
     {
         NSFont::setUserFont(NSFont::fontWithName(u"Georgia"_s, 14));
-        const QString html = exported(styled({{u"x", {font(u"Georgia-Italic", 14)}}}));
+        const QString html = exported(letter({font(u"Georgia-Italic", 14)}));
         NSFont::setUserFont(NSFont::fontWithName(u"Helvetica"_s, 12));
         QCOMPARE(html, u"<em>x</em>"_s);
     }
@@ -109,7 +109,7 @@ private Q_SLOTS:
     {
         NSUserDefaults &defaults = NSUserDefaults::standardUserDefaults();
         defaults.setObject(true, u"uppercaseColorCodes"_s);
-        const QString html = exported(styled({{u"x", {colour(0.67F, 1, 0)}}}));
+        const QString html = exported(letter({colour(0.67F, 1, 0)}));
         defaults.removeObjectForKey(u"uppercaseColorCodes"_s);
         QCOMPARE(html, u"<span style=\"color:#AAFF00; \">x</span>"_s);
     }
@@ -117,7 +117,7 @@ private Q_SLOTS:
     {
         for (int n = 0; n < 256; ++n) {
             const float component = static_cast<float>(n) / 255.0F;
-            const QString html = exported(styled({{u"x", {colour(component, 0.5F, 0.7F)}}}));
+            const QString html = exported(letter({colour(component, 0.5F, 0.7F)}));
             const QString code = QString::number(n, 16).rightJustified(2, u'0');
             QCOMPARE(html, u"<span style=\"color:#"_s + code + u"7fb2; \">x</span>"_s);
         }
@@ -129,7 +129,7 @@ private Q_SLOTS:
         const auto html = [&exporter](const NSAttributedString &text) {
             return exporter.exportAttributedString(text, u"/nowhere"_s, u"p"_s);
         };
-        QCOMPARE(html(styled({{u"x", {directed(directive(u"a", u"h2"))}}})), u"<h2>x</h2>"_s);
+        QCOMPARE(html(letter({directed(directive(u"a", u"h2"))})), u"<h2>x</h2>"_s);
         QCOMPARE(exporter.currentMarkupAttribute(), directive(u"a", u"h2"));
         QCOMPARE(html(NSAttributedString(u"y"_s)), u"y"_s);
         QCOMPARE(html(styled({{u"z", {directed(directive(u"b", u"h3"))}}})), u"<h3>z</h3>"_s);
@@ -177,12 +177,11 @@ private Q_SLOTS:
     }
     void ignoresAttributesOfWrongTypes()
     {
-        const NSAttributedString text = styled({{u"x",
-                                                 {{NSFontAttributeName, u"Georgia"_s},
-                                                  {NSForegroundColorAttributeName, 1},
-                                                  {NSParagraphStyleAttributeName, QVariantMap()},
-                                                  {NSAttachmentAttributeName, u"file"_s},
-                                                  {kQFTextViewMarkupDirectivesAttributeName, u"h2"_s}}}});
+        const NSAttributedString text = letter({{NSFontAttributeName, u"Georgia"_s},
+                                                {NSForegroundColorAttributeName, 1},
+                                                {NSParagraphStyleAttributeName, QVariantMap()},
+                                                {NSAttachmentAttributeName, u"file"_s},
+                                                {kQFTextViewMarkupDirectivesAttributeName, u"h2"_s}});
         QCOMPARE(exported(text), u"x"_s);
     }
     void exportsTheSameLetterByLetter()
@@ -217,45 +216,40 @@ private:
         addRow("false is not raw", styled({{u"a\nb", {{kQFTextViewIgnoreFormattingAttributeName, false}}}}),
                u"a<br />b");
         addRow("raw text has no link or style",
-               styled({{u"x",
-                        {raw(), linked(u"a.html"), font(u"Georgia-Bold", 20),
-                         aligned(NSTextAlignment::Right)}}}),
+               letter({raw(), linked(u"a.html"), font(u"Georgia-Bold", 20), aligned(NSTextAlignment::Right)}),
                u"x");
     }
     static void fontRows()
     {
-        addRow("default family and size", styled({{u"x", {font(u"Helvetica", 12)}}}), u"x");
+        addRow("default family and size", letter({font(u"Helvetica", 12)}), u"x");
         addRow("bold and italic only",
-               styled({{u"x", {font(u"Helvetica-BoldOblique", 12), {NSUnderlineStyleAttributeName, 0}}}}),
+               letter({font(u"Helvetica-BoldOblique", 12), {NSUnderlineStyleAttributeName, 0}}),
                u"<strong><em><u>x</u></em></strong>");
-        addRow("other family", styled({{u"x", {font(u"Georgia-Bold", 14)}}}),
+        addRow("other family", letter({font(u"Georgia-Bold", 14)}),
                u"<span style=\"font:14px Georgia, serif; font-weight:bold; \">x</span>");
         addRow(
-            "weight twice", styled({{u"x", {font(u"Helvetica-Bold", 18.7F), colour(1, 0, 0)}}}),
+            "weight twice", letter({font(u"Helvetica-Bold", 18.7F), colour(1, 0, 0)}),
             u"<span style=\"font-size:18px; font-weight:bold; color:#ff0000; font-weight:bold; \">x</span>");
-        addRow("the size printed may be the default's", styled({{u"x", {font(u"Helvetica", 12.5F)}}}),
+        addRow("the size printed may be the default's", letter({font(u"Helvetica", 12.5F)}),
                u"<span style=\"font-size:12px; \">x</span>");
-        addRow("not a number", styled({{u"x", {font(u"Helvetica", NAN)}}}),
+        addRow("not a number", letter({font(u"Helvetica", NAN)}),
                u"<span style=\"font-size:0px; \">x</span>");
-        addRow("underline without font",
-               styled({{u"x", {{NSUnderlineStyleAttributeName, 1}, colour(0, 0, 0)}}}),
+        addRow("underline without font", letter({{NSUnderlineStyleAttributeName, 1}, colour(0, 0, 0)}),
                u"<span style=\"color:#000000; \">x</span>");
         addRow(
-            "unknown font", styled({{u"x", {font(u"Futura-Bold", 9)}}}),
+            "unknown font", letter({font(u"Futura-Bold", 9)}),
             u"<span style=\"font:9px Verdana, Arial, Helvetica, sans-serif; font-weight:bold; \">x</span>");
         addRow("pattern colour",
-               styled({{u"x",
-                        {{NSForegroundColorAttributeName,
-                          QVariant::fromValue(NSColor{1, 1, 1, 1, NSColorSpaceName::Pattern})}}}}),
+               letter({{NSForegroundColorAttributeName,
+                        QVariant::fromValue(NSColor{1, 1, 1, 1, NSColorSpaceName::Pattern})}}),
                u"x");
-        addRow("link inside the styles",
-               styled({{u"x", {font(u"Helvetica-Oblique", 12), linked(u"o.html?a=\"&b")}}}),
+        addRow("link inside the styles", letter({font(u"Helvetica-Oblique", 12), linked(u"o.html?a=\"&b")}),
                u"<em><a href=\"o.html?a=\"&b\">x</a></em>");
     }
     static void paragraphRows()
     {
         using enum NSTextAlignment;
-        addRow("left needs no paragraph", styled({{u"x", {aligned(Left)}}}), u"x");
+        addRow("left needs no paragraph", letter({aligned(Left)}), u"x");
         addRow(
             "opened on change only",
             styled({{u"a\n", {aligned(Center)}},

@@ -6,9 +6,9 @@
 #include "platform/NSParagraphStyle.h"
 #include "platform/Values.h"
 #include "plugin/QFLink.h"
+#include "tests/Rows.h"
 
 #include <QRandomGenerator>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 using namespace QFTextViewExtensions;
@@ -111,10 +111,9 @@ void StyledTextArchiveTest::archivesARange()
 
 void StyledTextArchiveTest::namesWhatIsNoText_data()
 {
-    QTest::addColumn<QByteArray>("archive");
-    QTest::addColumn<QByteArray>("name");
-    const auto add = [](const char *name, const QVariant &root) {
-        QTest::newRow(name) << NSKeyedArchiver::archivedDataWithRootObject(root) << QByteArray(name);
+    const Rows<QByteArray, QByteArray> row({"archive", "name"});
+    const auto add = [&](const char *name, const QVariant &root) {
+        row(name, NSKeyedArchiver::archivedDataWithRootObject(root), name);
     };
     add("NSString", u"text"_s);
     add("NSNumber", 1);
@@ -122,8 +121,8 @@ void StyledTextArchiveTest::namesWhatIsNoText_data()
     add("QFLink", QVariant::fromValue(std::make_shared<QFLink>()));
     add("QFTextAttachment", QVariant::fromValue<NSTextAttachmentPtr>(std::make_shared<QFTextAttachment>()));
     add("(null)", QVariant());
-    QTest::newRow("no archive") << QByteArray("\0\1\2", 3) << QByteArray("(null)");
-    QTest::newRow("nothing") << QByteArray() << QByteArray("(null)");
+    row("no archive", QByteArray("\0\1\2", 3), "(null)");
+    row("nothing", {}, "(null)");
 }
 
 void StyledTextArchiveTest::namesWhatIsNoText()

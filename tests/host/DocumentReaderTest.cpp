@@ -1,9 +1,9 @@
 #include "host/DocumentReader.h"
 
 #include "export/NSAttributedString+QFTextViewExtensions.h"
+#include "tests/Rows.h"
 
 #include <QTemporaryDir>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -20,11 +20,7 @@ private Q_SLOTS:
 
 void DocumentReaderTest::goesByContent_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<int>("format");
-    const auto row = [](const char *name, const QByteArray &bytes, DocumentReader::Format format) {
-        QTest::newRow(name) << bytes << static_cast<int>(format);
-    };
+    const Rows<QByteArray, DocumentReader::Format> row({"bytes", "format"});
     using enum DocumentReader::Format;
     row("nothing", "", Markdown);
     row("binary archive", "bplist00xyz", Archive);
@@ -45,7 +41,7 @@ void DocumentReaderTest::goesByContent_data()
 void DocumentReaderTest::goesByContent()
 {
     QFETCH(QByteArray, bytes);
-    QTEST(static_cast<int>(DocumentReader::formatOf(bytes)), "format");
+    QTEST(DocumentReader::formatOf(bytes), "format");
 }
 
 void DocumentReaderTest::readsArchives()

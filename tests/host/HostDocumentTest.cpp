@@ -264,15 +264,11 @@ void HostDocumentTest::namesAttachments()
         file->setPreferredFilename(name);
         made.append(std::make_shared<QFTextAttachment>(
             file, word.startsWith(u'=') ? QVariantMap{{u"filename"_s, name}} : QVariantMap()));
-        NSParagraphStyle style;
-        if (word.startsWith(u'*'))
-            style.textLists = {{u"{disc}"_s}};
-        text.append(u"\uFFFC"_s,
-                    NSAttributeDictionary(std::vector<NSAttributeDictionary::Entry>{
-                        {NSAttachmentAttributeName, QVariant::fromValue<NSTextAttachmentPtr>(made.last())},
-                        paragraph(style)}));
-        text.append(u"\n"_s,
-                    NSAttributeDictionary(std::vector<NSAttributeDictionary::Entry>{paragraph(style)}));
+        const auto style = word.startsWith(u'*') ? listed({u"disc"}) : listed({});
+        text.append(
+            u"\uFFFC"_s,
+            {{NSAttachmentAttributeName, QVariant::fromValue<NSTextAttachmentPtr>(made.last())}, style});
+        text.append(u"\n"_s, NSAttributeDictionary{style});
     }
     const QFReport::Installed collecting(*report);
     const qsizetype given = AttachmentNames::makeUnique(text.copy());

@@ -143,42 +143,26 @@ void PreviewServerTest::answersPaths()
 
 void PreviewServerTest::refusesRequests_data()
 {
-    QTest::addColumn<QByteArray>("request");
-    QTest::addColumn<QByteArray>("status");
+    const Rows<QByteArray, QByteArray> row({"request", "status"});
     const QByteArray host = "\r\nHost: HOST\r\n";
-    QTest::newRow("by name") << "GET / HTTP/1.0\r\nhost: LOCALHOST\r\n\r\n"_ba
-                             << "200"_ba;
-    QTest::newRow("another method") << "POST / HTTP/1.1" + host + "\r\n"
-                                    << "405"_ba;
-    QTest::newRow("another version") << "GET / HTTP/2.0" + host + "\r\n"
-                                     << "400"_ba;
-    QTest::newRow("no version") << "GET /" + host + "\r\n"
-                                << "400"_ba;
-    QTest::newRow("a body") << "GET / HTTP/1.1" + host + "Content-Length: 1\r\n\r\n"
-                            << "413"_ba;
-    QTest::newRow("a body in chunks") << "GET / HTTP/1.1" + host + "Transfer-Encoding: chunked\r\n\r\n"
-                                      << "413"_ba;
-    QTest::newRow("no host") << "GET / HTTP/1.1\r\n\r\n"_ba
-                             << "403"_ba;
-    QTest::newRow("somebody else's name") << "GET / HTTP/1.1\r\nHost: evil.example:80\r\n\r\n"_ba
-                                          << "403"_ba;
-    QTest::newRow("another port") << "GET / HTTP/1.1\r\nHost: 127.0.0.1:1\r\n\r\n"_ba
-                                  << "403"_ba;
-    QTest::newRow("two hosts") << "GET / HTTP/1.1" + host + "Host: evil\r\n\r\n"
-                               << "400"_ba;
-    QTest::newRow("folded") << "GET / HTTP/1.1" + host + "A: b\r\n c\r\n\r\n"
-                            << "400"_ba;
-    QTest::newRow("blank before colon") << "GET / HTTP/1.1" + host + "A : b\r\n\r\n"
-                                        << "400"_ba;
-    QTest::newRow("zero byte") << "GET / HTTP/1.1" + host + QByteArray("A: \0\r\n\r\n", 8) << "400"_ba;
-    QTest::newRow("bytes in the path") << "GET /\xC3\xA9 HTTP/1.1" + host + "\r\n"
-                                       << "400"_ba;
-    QTest::newRow("long line") << "GET /" + QByteArray(9000, 'a') << "414"_ba;
-    QTest::newRow("long head") << "GET / HTTP/1.1" + host + "A: " + QByteArray(30000, 'a') << "431"_ba;
-    QTest::newRow("unfinished") << "GET / HTTP/1.1\r\nHost"_ba
-                                << "408"_ba;
-    QTest::newRow("nothing") << ""_ba
-                             << "408"_ba;
+    row("by name", "GET / HTTP/1.0\r\nhost: LOCALHOST\r\n\r\n"_ba, "200"_ba);
+    row("another method", "POST / HTTP/1.1" + host + "\r\n", "405"_ba);
+    row("another version", "GET / HTTP/2.0" + host + "\r\n", "400"_ba);
+    row("no version", "GET /" + host + "\r\n", "400"_ba);
+    row("a body", "GET / HTTP/1.1" + host + "Content-Length: 1\r\n\r\n", "413"_ba);
+    row("a body in chunks", "GET / HTTP/1.1" + host + "Transfer-Encoding: chunked\r\n\r\n", "413"_ba);
+    row("no host", "GET / HTTP/1.1\r\n\r\n"_ba, "403"_ba);
+    row("somebody else's name", "GET / HTTP/1.1\r\nHost: evil.example:80\r\n\r\n"_ba, "403"_ba);
+    row("another port", "GET / HTTP/1.1\r\nHost: 127.0.0.1:1\r\n\r\n"_ba, "403"_ba);
+    row("two hosts", "GET / HTTP/1.1" + host + "Host: evil\r\n\r\n", "400"_ba);
+    row("folded", "GET / HTTP/1.1" + host + "A: b\r\n c\r\n\r\n", "400"_ba);
+    row("blank before colon", "GET / HTTP/1.1" + host + "A : b\r\n\r\n", "400"_ba);
+    row("zero byte", "GET / HTTP/1.1" + host + QByteArray("A: \0\r\n\r\n", 8), "400"_ba);
+    row("bytes in the path", "GET /\xC3\xA9 HTTP/1.1" + host + "\r\n", "400"_ba);
+    row("long line", "GET /" + QByteArray(9000, 'a'), "414"_ba);
+    row("long head", "GET / HTTP/1.1" + host + "A: " + QByteArray(30000, 'a'), "431"_ba);
+    row("unfinished", "GET / HTTP/1.1\r\nHost"_ba, "408"_ba);
+    row("nothing", ""_ba, "408"_ba);
 }
 
 void PreviewServerTest::refusesRequests()

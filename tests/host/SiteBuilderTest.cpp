@@ -44,7 +44,15 @@ private Q_SLOTS:
 
 private:
     BuildResult build(
-        const std::function<void(BuildRequest &)> &change = [](auto &) {}, const BuildEvents &events = {});
+        const std::function<void(BuildRequest &)> &change = [](auto &) {}, const BuildEvents &events = {})
+    {
+        BuildRequest request;
+        request.site = maker->site();
+        request.output = maker->output();
+        request.jobs = 0;
+        change(request);
+        return SiteBuilder::build(request, modules, events);
+    }
     BuildResult buildPages(const QString &pages)
     {
         maker->writePages(pages);
@@ -70,17 +78,6 @@ void SiteBuilderTest::init()
         'variations': [{'Name': 'Wide', 'Type': 'Stylesheet', 'Files': ['w.css']}]})"_s));
     maker->write(u"site/theme/template.html"_s, "%title%|%content%|%dump%");
     maker->write(u"site/theme/styles.css"_s, "body {}");
-}
-
-BuildResult SiteBuilderTest::build(const std::function<void(BuildRequest &)> &change,
-                                   const BuildEvents &events)
-{
-    BuildRequest request;
-    request.site = maker->site();
-    request.output = maker->output();
-    request.jobs = 0;
-    change(request);
-    return SiteBuilder::build(request, modules, events);
 }
 
 void SiteBuilderTest::fillsTheTemplate()

@@ -2,17 +2,16 @@
 
 #include "host/site/SiteReader.h"
 #include "platform/QFReport.h"
+#include "tests/Files.h"
+#include "tests/Rows.h"
 
 #include <QDir>
 #include <QDirIterator>
-#include <QFile>
-#include <QFileInfo>
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QMap>
 #include <QTemporaryDir>
-#include <QTest>
 
 /// JSON in which strings may stand between single quotation marks, and `*` for the plug-in of a page.
 inline QByteArray json(const QString &text)
@@ -22,20 +21,6 @@ inline QByteArray json(const QString &text)
         .replace(u'*', QStringLiteral("\"plugin\": \"com.example.test-page\""))
         .replace(u'@', QStringLiteral("\"plugin\": \"com.example.test-telling-page\""))
         .toUtf8();
-}
-
-/// A test's data: columns of texts from a table with a row a line and bars between the fields, of which the
-/// first is the row's name.
-inline void addRows(std::initializer_list<const char *> columns, const QString &table)
-{
-    for (const char *column : columns)
-        QTest::addColumn<QString>(column);
-    for (const QString &line : table.split(u'\n', Qt::SkipEmptyParts)) {
-        const QStringList fields = line.split(u'|');
-        QTestData &row = QTest::newRow(qPrintable(fields.at(0).trimmed()));
-        for (qsizetype i = 1; i <= qsizetype(columns.size()); ++i)
-            row << (i < fields.size() ? fields.at(i).trimmed() : QStringLiteral(""));
-    }
 }
 
 inline QString messagesOf(const QList<QFReportRecord> &records)
@@ -57,9 +42,7 @@ public:
     /// Writes a file, and the folders above it.
     void write(const QString &name, const QByteArray &bytes) const
     {
-        QDir().mkpath(QFileInfo(path(name)).path());
-        QFile file(path(name));
-        if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        if (!::write(path(name), bytes))
             qFatal("%s cannot be written", qPrintable(name));
     }
     /// Writes `site.json` with these pages, in JSON as above.
@@ -68,11 +51,7 @@ public:
         write(QStringLiteral("site/site.json"),
               json(QStringLiteral("{'title': 'Site', 'pages': [") + pages + QStringLiteral("]}")));
     }
-    [[nodiscard]] QByteArray read(const QString &name) const
-    {
-        QFile file(path(name));
-        return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(none)");
-    }
+    [[nodiscard]] QByteArray read(const QString &name) const { return contents(path(name)); }
     /// Bytes of all files below a folder by path, the builder's own left out.
     [[nodiscard]] QMap<QString, QByteArray> files(const QString &folder) const
     {

@@ -9,6 +9,8 @@
 
 #include <QStringList>
 
+using namespace Qt::StringLiterals;
+
 // Styled text on one line: "[b 24 center]Title↵[]\n". Brackets hold what differs from left-aligned body text
 // in the user's font; newlines show as ↵ and tabs as →.
 
@@ -19,9 +21,9 @@ inline QStringList dumpedFont(const NSFont &font)
     if (font.familyName != body.familyName)
         words += font.fontName;
     if (font.isBold())
-        words += QStringLiteral("b");
+        words += u"b"_s;
     if (font.isItalic())
-        words += QStringLiteral("i");
+        words += u"i"_s;
     if (font.pointSize != body.pointSize)
         words += QString::number(font.pointSize);
     return words;
@@ -29,9 +31,7 @@ inline QStringList dumpedFont(const NSFont &font)
 
 inline QStringList dumpedParagraph(const NSParagraphStyle &style)
 {
-    static const QStringList alignments{QStringLiteral("left"), QStringLiteral("right"),
-                                        QStringLiteral("center"), QStringLiteral("justified"),
-                                        QStringLiteral("natural")};
+    static const QStringList alignments{u"left"_s, u"right"_s, u"center"_s, u"justified"_s, u"natural"_s};
     QStringList words;
     if (style.alignment != NSTextAlignment::Left)
         words += alignments.value(static_cast<int>(style.alignment));
@@ -41,8 +41,7 @@ inline QStringList dumpedParagraph(const NSParagraphStyle &style)
     if (!lists.isEmpty())
         words += lists;
     for (const NSTextTableBlockPtr &cell : style.textBlocks) {
-        words += QStringLiteral("%1,%2:%3x%4/%5")
-                     .arg(cell->startingRow)
+        words += u"%1,%2:%3x%4/%5"_s.arg(cell->startingRow)
                      .arg(cell->startingColumn)
                      .arg(cell->rowSpan)
                      .arg(cell->columnSpan)
@@ -54,18 +53,16 @@ inline QStringList dumpedParagraph(const NSParagraphStyle &style)
 inline QString dumpedLink(const QVariant &link)
 {
     if (link.metaType() != QMetaType::fromType<QFLinkPtr>())
-        return QStringLiteral("->") + link.toString();
+        return u"->"_s + link.toString();
     const QFLinkPtr object = link.value<QFLinkPtr>();
-    return QStringLiteral("=>") +
-           QStringList{object->href(), object->target(), object->title(), object->rel()}.join(u'|');
+    return u"=>"_s + QStringList{object->href(), object->target(), object->title(), object->rel()}.join(u'|');
 }
 
 inline QString dumpedAttachment(const NSTextAttachmentPtr &attachment)
 {
     QString words = attachment->fileWrapper()->preferredFilename();
     if (const auto image = std::dynamic_pointer_cast<QFTextAttachment>(attachment)) {
-        for (const QString &key :
-             {QStringLiteral("alttag"), QStringLiteral("width"), QStringLiteral("filename")})
+        for (const QString &key : {u"alttag"_s, u"width"_s, u"filename"_s})
             words += u'|' + image->mediaAttributes().value(key).toString();
     }
     return words;
@@ -81,12 +78,9 @@ inline QString dumped(const NSAttributedString &text)
         if (const auto *font = attributes.find<NSFont>(NSFontAttributeName))
             words += dumpedFont(*font);
         if (attributes.contains(NSUnderlineStyleAttributeName))
-            words += QStringLiteral("u");
+            words += u"u"_s;
         if (const auto *color = attributes.find<NSColor>(NSForegroundColorAttributeName))
-            words += QStringLiteral("#%1/%2/%3")
-                         .arg(color->red * 255)
-                         .arg(color->green * 255)
-                         .arg(color->blue * 255);
+            words += u"#%1/%2/%3"_s.arg(color->red * 255).arg(color->green * 255).arg(color->blue * 255);
         if (const auto *style = attributes.find<NSParagraphStyle>(NSParagraphStyleAttributeName))
             words += dumpedParagraph(*style);
         if (const QVariant *link = attributes.find(NSLinkAttributeName))
@@ -94,9 +88,9 @@ inline QString dumped(const NSAttributedString &text)
         if (const auto *attachment = attributes.find<NSTextAttachmentPtr>(NSAttachmentAttributeName))
             words += dumpedAttachment(*attachment);
         if (attributes.contains(kQFTextViewIgnoreFormattingAttributeName))
-            words += QStringLiteral("raw");
+            words += u"raw"_s;
         if (const auto *directive = attributes.find<QVariantMap>(kQFTextViewMarkupDirectivesAttributeName))
-            words += u'<' + directive->value(QStringLiteral("tag")).toString() + u'>';
+            words += u'<' + directive->value(u"tag"_s).toString() + u'>';
         dump += u'[' + words.join(u' ') + u']' + text.string().mid(range.location, range.length);
     }
     return dump.replace(u'\n', u'\u21B5').replace(u'\t', u'\u2192');

@@ -6,10 +6,10 @@
 #include "platform/NSParagraphStyle.h"
 #include "platform/QFReport.h"
 #include "plugin/QFLink.h"
+#include "tests/Rows.h"
 
 #include <QElapsedTimer>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <limits>
 
@@ -58,13 +58,9 @@ private Q_SLOTS:
 
 void StyledTextJSONTest::saysWhatIsWrong_data()
 {
-    QTest::addColumn<QByteArray>("json");
-    QTest::addColumn<QString>("error");
-    const auto row = [](const char *name, const char *json, const char *error) {
-        QTest::newRow(name) << quoted(json) << QString::fromLatin1(error);
-    };
+    const Rows<QByteArray, QByteArray> row({"json", "error"});
     row("malformed", "{\n 'runs': [}", "line 2, column 12: object is missing after a comma");
-    row("deep", QByteArray(5000, '[').constData(), "line 1, column 1026: too deeply nested document");
+    row("deep", QByteArray(5000, '['), "line 1, column 1026: too deeply nested document");
     row("not an object", "[]", "the top level must be an object");
     row("no runs", "{}", "runs: must be an array");
     row("runs of a wrong type", "{'string': 'a', 'runs': {}}", "runs: must be an array");
@@ -88,20 +84,20 @@ void StyledTextJSONTest::saysWhatIsWrong_data()
 void StyledTextJSONTest::saysWhatIsWrong()
 {
     QFETCH(QByteArray, json);
-    const DocumentResult result = StyledTextJSON::read(json, {});
+    const DocumentResult result = readQuoted(json);
     QVERIFY(!result.isValid());
-    QTEST(result.error, "error");
+    QTEST(result.error.toLatin1(), "error");
 }
 
 void StyledTextJSONTest::passesOverWrongTypes_data()
 {
-    QTest::addColumn<QByteArray>("attribute");
+    const Rows<QByteArray> row({"attribute"});
     for (const char *attribute :
          {"'NSFont': 12", "'NSColor': [1, 0]", "'NSColor': [1, 0, 'x']", "'NSUnderline': 'yes'",
           "'NSParagraphStyle': []", "'NSLink': 3", "'NSToolTip': {}", "'NSAttachment': 'x.png'",
           "'NSAttachment': {'file': '/proc/version'}", "'NSAttachment': {'file': '../x'}", "'': 1",
           "'kQFTextViewMarkupDirectivesAttribute': 'h1'", "'QFTextViewIgnoreFormattingAttribute': 'true'"})
-        QTest::newRow(attribute) << quoted(attribute);
+        row(attribute, quoted(attribute));
 }
 
 void StyledTextJSONTest::passesOverWrongTypes()

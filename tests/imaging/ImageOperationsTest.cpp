@@ -1,9 +1,9 @@
 #include "imaging/ImageOperations.h"
 
+#include "tests/Rows.h"
 #include "tests/imaging/Pictures.h"
 
 #include <QColor>
-#include <QTest>
 #include <QTransform>
 
 #include <cmath>
@@ -62,17 +62,16 @@ private Q_SLOTS:
 
 void ImageOperationsTest::turnsQuartersExactly_data()
 {
-    QTest::addColumn<double>("degrees");
-    QTest::addColumn<int>("quarters");
+    const Rows<double, int> row({"degrees", "quarters"});
 
-    QTest::newRow("none") << 0.0 << 0;
-    QTest::newRow("clockwise") << 90.0 << 1;
-    QTest::newRow("half") << 180.0 << 2;
-    QTest::newRow("counter-clockwise") << -90.0 << 3;
-    QTest::newRow("full") << 360.0 << 0;
-    QTest::newRow("many") << 90.0 * 4e9 + 270 << 3;
-    QTest::newRow("no number") << kNaN << 0;
-    QTest::newRow("infinite") << -kInfinity << 0;
+    row("none", 0.0, 0);
+    row("clockwise", 90.0, 1);
+    row("half", 180.0, 2);
+    row("counter-clockwise", -90.0, 3);
+    row("full", 360.0, 0);
+    row("many", 90.0 * 4e9 + 270, 3);
+    row("no number", kNaN, 0);
+    row("infinite", -kInfinity, 0);
 }
 
 void ImageOperationsTest::turnsQuartersExactly()
@@ -168,14 +167,13 @@ void ImageOperationsTest::turnsByOddAngles()
 
 void ImageOperationsTest::shadowIsAGaussian_data()
 {
-    QTest::addColumn<double>("blur");
-    QTest::addColumn<double>("tolerance");
+    const Rows<double, double> row({"blur", "tolerance"});
 
-    QTest::newRow("sharp") << 0.0 << 0.002;
-    QTest::newRow("by kernel, small") << 1.2 << 0.003;
-    QTest::newRow("by kernel, large") << 5.9 << 0.003;
-    QTest::newRow("by means, small") << 6.1 << 0.015;
-    QTest::newRow("by means, large") << 24.0 << 0.015;
+    row("sharp", 0.0, 0.002);
+    row("by kernel, small", 1.2, 0.003);
+    row("by kernel, large", 5.9, 0.003);
+    row("by means, small", 6.1, 0.015);
+    row("by means, large", 24.0, 0.015);
 }
 
 void ImageOperationsTest::shadowIsAGaussian()
@@ -211,14 +209,13 @@ void ImageOperationsTest::shadowIsAGaussian()
 
 void ImageOperationsTest::opaqueAndTransparentPicturesHaveTheSameShadow_data()
 {
-    QTest::addColumn<QPointF>("offset");
-    QTest::addColumn<double>("blur");
+    const Rows<QPointF, double> row({"offset", "blur"});
 
-    QTest::newRow("sharp") << QPointF(5, 5) << 0.0;
-    QTest::newRow("fraction only") << QPointF(5.25, 3.75) << 0.0;
-    QTest::newRow("small") << QPointF(5.5, 6.5) << 3.0;
-    QTest::newRow("large") << QPointF(5.5, -6.25) << 30.0;
-    QTest::newRow("up and to the left") << QPointF(-15.5, -3) << 9.0;
+    row("sharp", {5, 5}, 0.0);
+    row("fraction only", {5.25, 3.75}, 0.0);
+    row("small", {5.5, 6.5}, 3.0);
+    row("large", {5.5, -6.25}, 30.0);
+    row("up and to the left", {-15.5, -3}, 9.0);
 }
 
 void ImageOperationsTest::opaqueAndTransparentPicturesHaveTheSameShadow()

@@ -1,9 +1,8 @@
 #include "imaging/RowScaler.h"
 #include "imaging/ImageOperations.h"
 
+#include "tests/Rows.h"
 #include "tests/imaging/Pictures.h"
-
-#include <QTest>
 
 #include <cmath>
 
@@ -54,10 +53,8 @@ private Q_SLOTS:
     void isLanczos_data();
     void isLanczos();
     void sidesAndDirectionsAreAlike();
-    void keepsTheMeanWhenItShrinks();
     void stripesTooFineForTheResultTurnGrey_data();
     void stripesTooFineForTheResultTurnGrey();
-    void pixelsOutsideTheCropNeverShow_data();
     void pixelsOutsideTheCropNeverShow();
     void givesTheVeryPixelsWhereNothingIsScaled();
     void staysPremultiplied();
@@ -66,19 +63,18 @@ private Q_SLOTS:
 
 void RowScalerTest::keepsAFlatPictureFlat_data()
 {
-    QTest::addColumn<QSize>("size");
-    QTest::addColumn<QSize>("target");
+    const Rows<QSize, QSize> row({"size", "target"});
 
-    QTest::newRow("shrunk little") << QSize(50, 40) << QSize(37, 29);
-    QTest::newRow("shrunk much") << QSize(500, 401) << QSize(21, 7);
-    QTest::newRow("just above fourfold") << QSize(401, 401) << QSize(100, 100);
-    QTest::newRow("to one pixel") << QSize(999, 1001) << QSize(1, 1);
-    QTest::newRow("enlarged") << QSize(7, 5) << QSize(100, 333);
-    QTest::newRow("from one pixel") << QSize(1, 1) << QSize(40, 40);
-    QTest::newRow("wider and flatter") << QSize(10, 700) << QSize(300, 8);
-    QTest::newRow("narrower and taller") << QSize(700, 10) << QSize(8, 300);
-    QTest::newRow("longest side") << QSize(65'535, 1) << QSize(3, 40);
-    QTest::newRow("tallest side") << QSize(1, 65'535) << QSize(5, 2);
+    row("shrunk little", {50, 40}, {37, 29});
+    row("shrunk much", {500, 401}, {21, 7});
+    row("just above fourfold", {401, 401}, {100, 100});
+    row("to one pixel", {999, 1001}, {1, 1});
+    row("enlarged", {7, 5}, {100, 333});
+    row("from one pixel", {1, 1}, {40, 40});
+    row("wider and flatter", {10, 700}, {300, 8});
+    row("narrower and taller", {700, 10}, {8, 300});
+    row("longest side", {65'535, 1}, {3, 40});
+    row("tallest side", {1, 65'535}, {5, 2});
 }
 
 void RowScalerTest::keepsAFlatPictureFlat()
@@ -98,14 +94,13 @@ void RowScalerTest::keepsAFlatPictureFlat()
 
 void RowScalerTest::isLanczos_data()
 {
-    QTest::addColumn<QRectF>("crop");
-    QTest::addColumn<QSize>("target");
+    const Rows<QRectF, QSize> row({"crop", "target"});
 
-    QTest::newRow("shrunk") << QRectF(0, 0, 60, 45) << QSize(41, 23);
-    QTest::newRow("enlarged") << QRectF(0, 0, 60, 45) << QSize(97, 90);
-    QTest::newRow("between pixels") << QRectF(3.25, 4.5, 50.3, 33.75) << QSize(20, 30);
-    QTest::newRow("in one direction") << QRectF(0, 0, 60, 45) << QSize(60, 20);
-    QTest::newRow("up and down at once") << QRectF(0, 0, 60, 45) << QSize(25, 80);
+    row("shrunk", {0, 0, 60, 45}, {41, 23});
+    row("enlarged", {0, 0, 60, 45}, {97, 90});
+    row("between pixels", {3.25, 4.5, 50.3, 33.75}, {20, 30});
+    row("in one direction", {0, 0, 60, 45}, {60, 20});
+    row("up and down at once", {0, 0, 60, 45}, {25, 80});
 }
 
 void RowScalerTest::isLanczos()
@@ -144,31 +139,15 @@ void RowScalerTest::sidesAndDirectionsAreAlike()
     }
 }
 
-void RowScalerTest::keepsTheMeanWhenItShrinks()
-{
-    const QImage image = smoothPicture({640, 480});
-    const auto mean = [](const QImage &of) {
-        double sum = 0;
-        for (int y = 0; y < of.height(); ++y) {
-            for (int x = 0; x < of.width(); ++x)
-                sum += qBlue(of.pixel(x, y));
-        }
-        return sum / of.width() / of.height();
-    };
-    for (const QSize target : {QSize(320, 240), QSize(99, 77), QSize(20, 15)})
-        QVERIFY(std::abs(mean(scaled(image, image.rect(), target)) - mean(image)) < 1);
-}
-
 void RowScalerTest::stripesTooFineForTheResultTurnGrey_data()
 {
-    QTest::addColumn<double>("period");
-    QTest::addColumn<int>("target");
+    const Rows<double, int> row({"period", "target"});
 
-    QTest::newRow("single pixels") << 2.0 << 300;
-    QTest::newRow("just too fine") << 4.0 << 300;
-    QTest::newRow("far too fine") << 2.7 << 100;
-    QTest::newRow("after means") << 9.1 << 60;
-    QTest::newRow("as wide as the means") << 6.67 << 50;
+    row("single pixels", 2.0, 300);
+    row("just too fine", 4.0, 300);
+    row("far too fine", 2.7, 100);
+    row("after means", 9.1, 60);
+    row("as wide as the means", 6.67, 50);
 }
 
 void RowScalerTest::stripesTooFineForTheResultTurnGrey()
@@ -194,31 +173,22 @@ void RowScalerTest::stripesTooFineForTheResultTurnGrey()
     }
 }
 
-void RowScalerTest::pixelsOutsideTheCropNeverShow_data()
-{
-    QTest::addColumn<QSize>("target");
-
-    QTest::newRow("shrunk") << QSize(20, 15);
-    QTest::newRow("shrunk much") << QSize(5, 5);
-    QTest::newRow("enlarged") << QSize(100, 100);
-    QTest::newRow("the same size") << QSize(40, 30);
-}
-
 void RowScalerTest::pixelsOutsideTheCropNeverShow()
 {
-    QFETCH(const QSize, target);
+    for (const QSize target : {QSize(20, 15), QSize(5, 5), QSize(100, 100), QSize(40, 30)}) {
 
-    const QRect crop(11, 7, 40, 30);
-    QImage image(80, 60, QImage::Format_RGB32);
-    image.fill(Qt::white);
-    for (int y = crop.top(); y <= crop.bottom(); ++y) {
-        for (int x = crop.left(); x <= crop.right(); ++x)
-            image.setPixelColor(x, y, QColor(30, 60, 90));
+        const QRect crop(11, 7, 40, 30);
+        QImage image(80, 60, QImage::Format_RGB32);
+        image.fill(Qt::white);
+        for (int y = crop.top(); y <= crop.bottom(); ++y) {
+            for (int x = crop.left(); x <= crop.right(); ++x)
+                image.setPixelColor(x, y, QColor(30, 60, 90));
+        }
+        QImage expected(target, QImage::Format_RGB32);
+        expected.fill(QColor(30, 60, 90));
+        QCOMPARE(scaled(image, crop, target), expected);
+        QCOMPARE(scaledByRows(image, crop, target), expected);
     }
-    QImage expected(target, QImage::Format_RGB32);
-    expected.fill(QColor(30, 60, 90));
-    QCOMPARE(scaled(image, crop, target), expected);
-    QCOMPARE(scaledByRows(image, crop, target), expected);
 }
 
 void RowScalerTest::givesTheVeryPixelsWhereNothingIsScaled()

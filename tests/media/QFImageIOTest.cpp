@@ -1,10 +1,11 @@
 #include "media/QFImageIO.h"
 
+#include "tests/Files.h"
+#include "tests/Rows.h"
 #include "tests/codecs/ExifMaker.h"
 
 #include <QBuffer>
 #include <QTemporaryDir>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -45,12 +46,6 @@ QString quarters(const QImage &image)
     return colours;
 }
 
-bool write(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
-
 } // namespace
 
 class QFImageIOTest : public QObject
@@ -62,7 +57,6 @@ private Q_SLOTS:
     void turnsThumbnailsUpright();
     void sizesThumbnails_data();
     void sizesThumbnails();
-    void leavesPicturesAsStored();
     void tellsProperties();
     void answersNothingForWhatIsNoPicture();
     void wrapsRasters();
@@ -70,16 +64,15 @@ private Q_SLOTS:
 
 void QFImageIOTest::turnsThumbnailsUpright_data()
 {
-    QTest::addColumn<int>("orientation");
-    QTest::addColumn<QString>("colours");
-    QTest::newRow("as it is") << 1 << u"RRGB"_s;
-    QTest::newRow("mirrored") << 2 << u"RRBG"_s;
-    QTest::newRow("upside down") << 3 << u"BGRR"_s;
-    QTest::newRow("upside down, mirrored") << 4 << u"GBRR"_s;
-    QTest::newRow("along the falling diagonal") << 5 << u"RGRB"_s;
-    QTest::newRow("to the right") << 6 << u"GRBR"_s;
-    QTest::newRow("along the rising diagonal") << 7 << u"BRGR"_s;
-    QTest::newRow("to the left") << 8 << u"RBRG"_s;
+    const Rows<int, QString> row({"orientation", "colours"});
+    row("as it is", 1, u"RRGB"_s);
+    row("mirrored", 2, u"RRBG"_s);
+    row("upside down", 3, u"BGRR"_s);
+    row("upside down, mirrored", 4, u"GBRR"_s);
+    row("along the falling diagonal", 5, u"RGRB"_s);
+    row("to the right", 6, u"GRBR"_s);
+    row("along the rising diagonal", 7, u"BRGR"_s);
+    row("to the left", 8, u"RBRG"_s);
 }
 
 void QFImageIOTest::turnsThumbnailsUpright()
@@ -91,18 +84,20 @@ void QFImageIOTest::turnsThumbnailsUpright()
     const QImage thumbnail = QFImageIO::thumbnailFromFile(path, 48);
     QCOMPARE(thumbnail.size(), orientation < 5 ? QSize(48, 32) : QSize(32, 48));
     QTEST(quarters(thumbnail), "colours");
+    const QImage image = QFImageIO::imageFromFile(path); // as it is stored
+    QCOMPARE(image.size(), QSize(96, 64));
+    QCOMPARE(quarters(image), u"RRGB"_s);
 }
 
 void QFImageIOTest::sizesThumbnails_data()
 {
-    QTest::addColumn<int>("size");
-    QTest::addColumn<QSize>("expected");
-    QTest::newRow("smaller") << 30 << QSize(30, 20);
-    QTest::newRow("one side vanishes") << 1 << QSize(1, 1);
-    QTest::newRow("its own size") << 96 << QSize(96, 64);
-    QTest::newRow("never enlarged") << 1000 << QSize(96, 64);
-    QTest::newRow("no size") << 0 << QSize();
-    QTest::newRow("negative") << -5 << QSize();
+    const Rows<int, QSize> row({"size", "expected"});
+    row("smaller", 30, {30, 20});
+    row("one side vanishes", 1, {1, 1});
+    row("its own size", 96, {96, 64});
+    row("never enlarged", 1000, {96, 64});
+    row("no size", 0, {});
+    row("negative", -5, {});
 }
 
 void QFImageIOTest::sizesThumbnails()
@@ -116,16 +111,6 @@ void QFImageIOTest::sizesThumbnails()
     QCOMPARE(thumbnail.isNull(), expected.isEmpty());
     if (!thumbnail.isNull())
         QCOMPARE(thumbnail.size(), expected);
-}
-
-void QFImageIOTest::leavesPicturesAsStored()
-{
-    const QTemporaryDir folder;
-    const QString path = folder.filePath(u"photo"_s);
-    QVERIFY(write(path, ExifMaker::inJPEG(picture("JPEG"), 6)));
-    const QImage image = QFImageIO::imageFromFile(path);
-    QCOMPARE(image.size(), QSize(96, 64));
-    QCOMPARE(quarters(image), u"RRGB"_s);
 }
 
 void QFImageIOTest::tellsProperties()

@@ -2,13 +2,13 @@
 
 #include "codecs/ExifBlock.h"
 #include "platform/Values.h"
+#include "tests/Files.h"
+#include "tests/Rows.h"
 #include "tests/codecs/ExifMaker.h"
 
 #include <QBuffer>
-#include <QHash>
 #include <QImage>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <limits>
 
@@ -29,12 +29,6 @@ QByteArray encoded(const char *format)
     image.fill(Qt::darkCyan);
     image.save(&buffer, format);
     return bytes;
-}
-
-bool write(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
 }
 
 /// A PNG or WebP chunk, without its checksum, which nobody looks at here.
@@ -81,22 +75,19 @@ private Q_SLOTS:
 
 void QFQTEXIFTest::decodesItems_data()
 {
-    QTest::addColumn<int>("tag");
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<QVariant>("value");
-    const auto rational = [](const char *name, qint32 numerator, qint32 denominator, float value) {
-        QTest::newRow(name) << 0x829A << u"kQTExifUserDataExposureTime"_s
-                            << native(numerator) + native(denominator) << QVariant(value);
+    const Rows<int, QString, QByteArray, QVariant> addRow({"tag", "key", "bytes", "value"});
+    const auto rational = [&](const char *name, qint32 numerator, qint32 denominator, float value) {
+        addRow(name, 0x829A, u"kQTExifUserDataExposureTime"_s, native(numerator) + native(denominator),
+               value);
     };
     rational("rational", 1, 250, 0.004F);
     rational("signed rational", -1, -4, 0.25F);
     rational("unsigned rational beyond the signed ones", -2, 1, -2);
     rational("rational over zero", 5, 0, 0);
     rational("rational that integers cannot divide", std::numeric_limits<qint32>::min(), -1, 2147483648.0F);
-    const auto row = [](const char *name, int tag, const char *key, const QByteArray &bytes,
-                        const QVariant &value) {
-        QTest::newRow(name) << tag << u"kQTExifUserData"_s + QString::fromLatin1(key) << bytes << value;
+    const auto row = [&](const char *name, int tag, const char *key, const QByteArray &bytes,
+                         const QVariant &value) {
+        addRow(name, tag, u"kQTExifUserData"_s + QString::fromLatin1(key), bytes, value);
     };
     row("short rational", 0x829A, "ExposureTime", QByteArray(6, '\1'), {});
     row("narrow integer", 0xA002, "PixelXDimension", QByteArray("\xFF\xFF"), -1);
@@ -176,17 +167,15 @@ void QFQTEXIFTest::readsPictures()
 
 void QFQTEXIFTest::readsOrientations_data()
 {
-    QTest::addColumn<int>("type");
-    QTest::addColumn<int>("value");
-    QTest::addColumn<int>("orientation");
+    const Rows<int, int, int> row({"type", "value", "orientation"});
     for (int code = 1; code <= 8; ++code)
         QTest::addRow("%d", code) << int(ExifMaker::Short) << code << code;
-    QTest::newRow("in a wide number") << int(ExifMaker::Long) << 8 << 8;
-    QTest::newRow("0") << int(ExifMaker::Short) << 0 << 0;
-    QTest::newRow("9") << int(ExifMaker::Short) << 9 << 0;
-    QTest::newRow("negative") << int(ExifMaker::Long) << -1 << 0;
-    QTest::newRow("a byte") << int(ExifMaker::Byte) << 6 << 0;
-    QTest::newRow("of an unknown type") << 99 << 6 << 0;
+    row("in a wide number", int(ExifMaker::Long), 8, 8);
+    row("0", int(ExifMaker::Short), 0, 0);
+    row("9", int(ExifMaker::Short), 9, 0);
+    row("negative", int(ExifMaker::Long), -1, 0);
+    row("a byte", int(ExifMaker::Byte), 6, 0);
+    row("of an unknown type", 99, 6, 0);
 }
 
 void QFQTEXIFTest::readsOrientations()
@@ -204,22 +193,22 @@ void QFQTEXIFTest::readsOrientations()
 
 void QFQTEXIFTest::survivesBadBlocks_data()
 {
-    QTest::addColumn<QByteArray>("block");
+    const Rows<QByteArray> addRow({"block"});
     const ExifMaker maker = camera(false);
-    const auto row = [](const char *name, ExifMaker made, const ExifMaker::Entry &entry) {
+    const auto row = [&](const char *name, ExifMaker made, const ExifMaker::Entry &entry) {
         made.exif = {entry};
-        QTest::newRow(name) << made.made();
+        addRow(name, made.made());
     };
     row("a count that overflows", maker, {0x9286, ExifMaker::Rational, 0x20000001, maker.number(0, 4)});
     row("a count beyond the end", maker, {0x9286, ExifMaker::Ascii, 0xFFFFFFFF, maker.number(8, 4)});
     row("an offset beyond the end", maker, {0x9286, ExifMaker::Ascii, 5, maker.number(0xFFFFFFFF, 4)});
     row("an unknown type", maker, {0x9286, 14, 1, "x"});
     row("no type", maker, {0x9286, 0, 1, "x"});
-    QTest::newRow("a directory that is its own EXIF directory")
-        << QByteArray("II*\0\x08\0\0\0\1\0\x69\x87\4\0\1\0\0\0\x08\0\0\0\0\0\0\0", 26);
-    QTest::newRow("a directory at itself") << QByteArray("II*\0\0\0\0\0", 8);
-    QTest::newRow("a directory beyond the end") << QByteArray("MM\0*\xFF\xFF\xFF\xFF", 8);
-    QTest::newRow("no directory") << QByteArray("MM\0*", 4);
+    addRow("a directory that is its own EXIF directory",
+           QByteArray("II*\0\x08\0\0\0\1\0\x69\x87\4\0\1\0\0\0\x08\0\0\0\0\0\0\0", 26));
+    addRow("a directory at itself", QByteArray("II*\0\0\0\0\0", 8));
+    addRow("a directory beyond the end", QByteArray("MM\0*\xFF\xFF\xFF\xFF", 8));
+    addRow("no directory", QByteArray("MM\0*", 4));
 }
 
 void QFQTEXIFTest::survivesBadBlocks()

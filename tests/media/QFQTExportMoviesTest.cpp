@@ -1,12 +1,13 @@
 #include "media/QFQTExport.h"
 
+#include "tests/Files.h"
+#include "tests/Rows.h"
 #include "tests/media/MovieMaker.h"
 
 #include <QDir>
 #include <QImage>
 #include <QRegularExpression>
 #include <QTemporaryDir>
-#include <QTest>
 #include <QtEndian>
 
 #include <unistd.h>
@@ -14,18 +15,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no such file)");
-}
-
-bool write(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
-}
 
 void expectFailure(const QString &reason)
 {
@@ -72,11 +61,7 @@ void QFQTExportMoviesTest::init()
 
 void QFQTExportMoviesTest::tellsSizes_data()
 {
-    QTest::addColumn<MovieMaker>("movie");
-    QTest::addColumn<QSize>("size");
-    const auto row = [](const char *name, const MovieMaker &movie, QSize size) {
-        QTest::newRow(name) << movie << size;
-    };
+    const Rows<MovieMaker, QSize> row({"movie", "size"});
     row("QuickTime", {}, {96, 64});
     row("MPEG-4", {.container = "mp4"}, {96, 64});
     row("in fragments", {.movflags = "frag_keyframe+empty_moov"}, {96, 64});
@@ -106,17 +91,16 @@ void QFQTExportMoviesTest::tellsSizes()
 
 void QFQTExportMoviesTest::takesNothingElseForMovies_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("nothing") << QByteArray("");
-    QTest::newRow("text") << QByteArray("The bees came back this morning.\n").repeated(1000);
-    QTest::newRow("one box without end") << QByteArray("\0\0\0\0moov", 8);
-    QTest::newRow("a box in itself") << QByteArray("\0\0\0\x08moov\0\0\0\x08trak", 16).repeated(5000);
-    QTest::newRow("a box of a wrong size")
-        << QByteArray("\0\0\0\x01moov\x7f\xff\xff\xff\xff\xff\xff\xff", 16);
-    QTest::newRow("a list of files") << QByteArray("ffconcat version 1.0\nfile 'real.mov'\n");
-    QTest::newRow("a playlist") << QByteArray("#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nreal.mov\n"
-                                              "#EXT-X-ENDLIST\n");
-    QTest::newRow("a description of a session") << QByteArray("v=0\nm=video 5004 RTP/AVP 96\n");
+    const Rows<QByteArray> row({"bytes"});
+    row("nothing", "");
+    row("text", QByteArray("The bees came back this morning.\n").repeated(1000));
+    row("one box without end", QByteArray("\0\0\0\0moov", 8));
+    row("a box in itself", QByteArray("\0\0\0\x08moov\0\0\0\x08trak", 16).repeated(5000));
+    row("a box of a wrong size", QByteArray("\0\0\0\x01moov\x7f\xff\xff\xff\xff\xff\xff\xff", 16));
+    row("a list of files", "ffconcat version 1.0\nfile 'real.mov'\n");
+    row("a playlist", "#EXTM3U\n#EXT-X-TARGETDURATION:1\n#EXTINF:1,\nreal.mov\n"
+                      "#EXT-X-ENDLIST\n");
+    row("a description of a session", "v=0\nm=video 5004 RTP/AVP 96\n");
 }
 
 void QFQTExportMoviesTest::takesNothingElseForMovies()
@@ -159,17 +143,14 @@ void QFQTExportMoviesTest::survivesCutMovies()
 
 void QFQTExportMoviesTest::refusesIndexesThatClaimTooMuch_data()
 {
-    QTest::addColumn<QByteArray>("atom");
-    QTest::addColumn<QList<quint32>>("numbers"); // behind version and flags
-    QTest::addColumn<bool>("isMovie");
-    QTest::newRow("as it is") << QByteArray("stsz") << QList<quint32>{} << true;
-    QTest::newRow("samples of one byte") << QByteArray("stsz") << QList<quint32>{1, 100'000'000} << false;
-    QTest::newRow("samples of all sizes") << QByteArray("stsz") << QList<quint32>{0, 0xFFFFFFFF} << false;
-    QTest::newRow("samples of great size")
-        << QByteArray("stsz") << QList<quint32>{0xFFFFFFFF, 0xFFFFFFFF} << false;
-    QTest::newRow("samples in a chunk") << QByteArray("stsc") << QList<quint32>{1, 1, 0xFFFFFFFF} << false;
-    QTest::newRow("chunks") << QByteArray("stco") << QList<quint32>{0xFFFFFFFF} << false;
-    QTest::newRow("edits") << QByteArray("elst") << QList<quint32>{0xFFFFFFFF} << false;
+    const Rows<QByteArray, QList<quint32>, bool> row({"atom", "numbers", "isMovie"});
+    row("as it is", "stsz", {}, true);
+    row("samples of one byte", "stsz", {1, 100'000'000}, false);
+    row("samples of all sizes", "stsz", {0, 0xFFFFFFFF}, false);
+    row("samples of great size", "stsz", {0xFFFFFFFF, 0xFFFFFFFF}, false);
+    row("samples in a chunk", "stsc", {1, 1, 0xFFFFFFFF}, false);
+    row("chunks", "stco", {0xFFFFFFFF}, false);
+    row("edits", "elst", {0xFFFFFFFF}, false);
 }
 
 void QFQTExportMoviesTest::refusesIndexesThatClaimTooMuch()
@@ -180,7 +161,7 @@ void QFQTExportMoviesTest::refusesIndexesThatClaimTooMuch()
     QByteArray bytes = contents(path(u"a.mov"_s));
     qsizetype at = bytes.indexOf(atom) + 8;
     QVERIFY(at > 8);
-    for (const quint32 number : numbers) {
+    for (const quint32 number : numbers) { // behind version and flags
         qToBigEndian(number, bytes.data() + at);
         at += 4;
     }
@@ -228,17 +209,16 @@ void QFQTExportMoviesTest::readsCompressedIndexes()
 
 void QFQTExportMoviesTest::flattens_data()
 {
-    QTest::addColumn<MovieMaker>("movie");
-    QTest::newRow("index at the end") << MovieMaker{.turn = 90};
-    QTest::newRow("index in front") << MovieMaker{.movflags = "faststart"};
-    QTest::newRow("in fragments") << MovieMaker{.movflags = "frag_keyframe+empty_moov"};
-    QTest::newRow("MPEG-4 with a cover") << MovieMaker{.container = "mp4", .hasCover = true};
-    QTest::newRow("AVI") << MovieMaker{.container = "avi", .codec = AV_CODEC_ID_MJPEG};
-    QTest::newRow("with sound") << MovieMaker{.hasSound = true};
-    QTest::newRow("AVI with sound") << MovieMaker{
-        .container = "avi", .codec = AV_CODEC_ID_MJPEG, .hasSound = true};
-    QTest::newRow("MPEG") << MovieMaker{.container = "mpeg", .codec = AV_CODEC_ID_MPEG1VIDEO};
-    QTest::newRow("wide pixels") << MovieMaker{.aspect = {4, 3}};
+    const Rows<MovieMaker> row({"movie"});
+    row("index at the end", MovieMaker{.turn = 90});
+    row("index in front", MovieMaker{.movflags = "faststart"});
+    row("in fragments", MovieMaker{.movflags = "frag_keyframe+empty_moov"});
+    row("MPEG-4 with a cover", MovieMaker{.container = "mp4", .hasCover = true});
+    row("AVI", MovieMaker{.container = "avi", .codec = AV_CODEC_ID_MJPEG});
+    row("with sound", MovieMaker{.hasSound = true});
+    row("AVI with sound", MovieMaker{.container = "avi", .codec = AV_CODEC_ID_MJPEG, .hasSound = true});
+    row("MPEG", MovieMaker{.container = "mpeg", .codec = AV_CODEC_ID_MPEG1VIDEO});
+    row("wide pixels", MovieMaker{.aspect = {4, 3}});
 }
 
 void QFQTExportMoviesTest::flattens()

@@ -1,13 +1,14 @@
 #include "media/QFQTExport.h"
 #include "media/QFImage.h"
 #include "platform/QFReport.h"
+#include "tests/Files.h"
+#include "tests/Rows.h"
+#include "tests/codecs/ExifMaker.h"
 #include "tests/media/Pictures.h"
 
-#include <QDir>
 #include <QFile>
 #include <QImageReader>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <cerrno>
 
@@ -20,24 +21,6 @@ constexpr qint32 code(const char (&name)[5])
     return name[0] << 24 | name[1] << 16 | name[2] << 8 | name[3];
 }
 
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-/// A JPEG whose only metadata is an orientation.
-QByteArray orientedJPEG(const QImage &image, char orientation)
-{
-    QByteArray exif("\xFF\xE1\x00\x22"
-                    "Exif\0\0"
-                    "MM\0\x2A\0\0\0\x08\0\x01\x01\x12\0\x03\0\0\0\x01\0",
-                    4 + 6 + 19);
-    exif += orientation;
-    exif += QByteArray(6, '\0');
-    return fileOf(image, "JPEG").insert(2, exif);
-}
-
 } // namespace
 
 class QFQTExportTest : public QObject
@@ -48,23 +31,21 @@ class QFQTExportTest : public QObject
 
     QString written(const QByteArray &bytes, const QString &name) const
     {
-        QFile file(_folder.filePath(name));
-        return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() ? file.fileName()
-                                                                                    : QString();
+        const QString path = _folder.filePath(name);
+        return write(path, bytes) ? path : QString();
     }
 
 private Q_SLOTS:
     void writesEachFormat_data()
     {
-        QTest::addColumn<qint32>("format");
-        QTest::addColumn<QByteArray>("written");
-        QTest::newRow("GIF") << code("GIFf") << QByteArray("gif");
-        QTest::newRow("PNG") << code("PNGf") << QByteArray("png");
-        QTest::newRow("TIFF") << code("TIFF") << QByteArray("tiff");
-        QTest::newRow("BMP") << code("BMPf") << QByteArray("bmp");
-        QTest::newRow("JPEG") << code("JPEG") << QByteArray("jpeg");
-        QTest::newRow("anything else") << code("MooV") << QByteArray("jpeg");
-        QTest::newRow("none") << -1 << QByteArray("jpeg");
+        const Rows<qint32, QByteArray> row({"format", "written"});
+        row("GIF", code("GIFf"), "gif");
+        row("PNG", code("PNGf"), "png");
+        row("TIFF", code("TIFF"), "tiff");
+        row("BMP", code("BMPf"), "bmp");
+        row("JPEG", code("JPEG"), "jpeg");
+        row("anything else", code("MooV"), "jpeg");
+        row("none", -1, "jpeg");
     }
     void writesEachFormat()
     {
@@ -113,7 +94,8 @@ private Q_SLOTS:
     }
     void sharesItsAttributes()
     {
-        const QString source = written(orientedJPEG(pictureOf(40, 20), 6), u"oriented.jpg"_s);
+        const QString source =
+            written(ExifMaker::inJPEG(fileOf(pictureOf(40, 20), "JPEG"), 6), u"oriented.jpg"_s);
         const auto exporter = QFQTExport::exporterWithFile(source);
         exporter->setDestination(_folder.filePath(u"turned.png"_s));
         exporter->setFormat(code("PNGf"));
@@ -171,13 +153,11 @@ private Q_SLOTS:
     }
     void leavesAnEmptyFileBehind_data()
     {
-        QTest::addColumn<QByteArray>("source");
-        QTest::addColumn<QVariantMap>("attributes");
+        const Rows<QByteArray, QVariantMap> row({"source", "attributes"});
         const QByteArray jpeg = fileOf(pictureOf(400, 300), "JPEG");
-        QTest::newRow("cut off") << jpeg.left(jpeg.size() / 2) << QVariantMap();
-        QTest::newRow("cut off, framed")
-            << jpeg.left(jpeg.size() / 2) << QVariantMap{{u"enableborder"_s, true}, {u"bordersize"_s, 2}};
-        QTest::newRow("scaled to nothing") << jpeg << QVariantMap{{u"lockratios"_s, true}, {u"scale"_s, 0}};
+        row("cut off", jpeg.left(jpeg.size() / 2), {});
+        row("cut off, framed", jpeg.left(jpeg.size() / 2), {{u"enableborder"_s, true}, {u"bordersize"_s, 2}});
+        row("scaled to nothing", jpeg, {{u"lockratios"_s, true}, {u"scale"_s, 0}});
     }
     void leavesAnEmptyFileBehind()
     {

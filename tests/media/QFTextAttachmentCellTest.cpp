@@ -4,10 +4,10 @@
 #include "platform/NSKeyedArchiver.h"
 #include "platform/NSKeyedUnarchiver.h"
 #include "platform/NSUserDefaults.h"
+#include "tests/Rows.h"
 #include "tests/media/Pictures.h"
 
 #include <QPainter>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -56,9 +56,7 @@ private Q_SLOTS:
     }
     void laysOut_data()
     {
-        QTest::addColumn<QVariantMap>("attributes");
-        QTest::addColumn<float>("x");
-        QTest::addColumn<QSizeF>("size");
+        const Rows<QVariantMap, float, QSizeF> row({"attributes", "x", "size"});
         const QVariantMap locked{{u"lockratios"_s, true},   {u"scale"_s, 0.5F},        {u"clip"_s, true},
                                  {u"originalwidth"_s, 101}, {u"originalheight"_s, 50}, {u"shadowoffset"_s, 5},
                                  {u"shadowblur"_s, 5},      {u"bordersize"_s, 2.4F}};
@@ -68,13 +66,11 @@ private Q_SLOTS:
             return map;
         };
         // Nothing is rounded here, unlike in the rendering.
-        QTest::newRow("scaled") << locked << -2.0F << QSizeF(54.5, 29);
-        QTest::newRow("shadow") << with({{u"enableshadow"_s, true}}) << -2.0F << QSizeF(62, 36.5);
-        QTest::newRow("border") << with({{u"enableborder"_s, true}}) << -2.0F << QSizeF(59.3, 33.8);
-        QTest::newRow("sized") << with({{u"lockratios"_s, false}, {u"width"_s, 30}}) << -2.0F
-                               << QSizeF(34, 54);
-        QTest::newRow("turned") << with({{u"clip"_s, false}, {u"rotation"_s, 90}}) << -27.0F
-                                << QSizeF(29, 54.5);
+        row("scaled", locked, -2.0F, {54.5, 29});
+        row("shadow", with({{u"enableshadow"_s, true}}), -2.0F, {62, 36.5});
+        row("border", with({{u"enableborder"_s, true}}), -2.0F, {59.3, 33.8});
+        row("sized", with({{u"lockratios"_s, false}, {u"width"_s, 30}}), -2.0F, {34, 54});
+        row("turned", with({{u"clip"_s, false}, {u"rotation"_s, 90}}), -27.0F, {29, 54.5});
     }
     void laysOut()
     {

@@ -3,9 +3,9 @@
 #include "media/QFImage.h"
 #include "media/QFTransformImage.h"
 #include "platform/NSColor.h"
-#include "platform/NSKeyedArchiver.h"
 #include "platform/NSKeyedUnarchiver.h"
 #include "platform/Values.h"
+#include "tests/Rows.h"
 #include "tests/media/Pictures.h"
 #include "tests/platform/ArchiveTestData.h"
 
@@ -13,7 +13,6 @@
 #include <QPainter>
 #include <QPdfWriter>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <limits>
 
@@ -24,7 +23,6 @@ class QFTextAttachmentTest : public QObject
 private Q_SLOTS:
     void makesItsMediaAttributesOnce();
     void isArchivedWhole();
-    void readsOlderVersions_data();
     void readsOlderVersions();
     void isFoundInText();
     void measuresItsPicture();
@@ -41,18 +39,16 @@ class OwnAttachment : public QFTextAttachment
 {
 };
 
-NSTextAttachmentPtr thereAndBack(const NSTextAttachmentPtr &attachment)
+NSFileWrapperPtr file(const QByteArray &bytes, const QString &name)
 {
-    const QByteArray archive = NSKeyedArchiver::archivedDataWithRootObject(QVariant::fromValue(attachment));
-    return NSKeyedUnarchiver::unarchiveObjectWithData(archive).value<NSTextAttachmentPtr>();
+    const NSFileWrapperPtr wrapper = NSFileWrapper::regularFileWithContents(bytes);
+    wrapper->setPreferredFilename(name);
+    return wrapper;
 }
 
 NSFileWrapperPtr jpeg(int width, int height, const QString &name)
 {
-    const NSFileWrapperPtr file =
-        NSFileWrapper::regularFileWithContents(fileOf(pictureOf(width, height), "JPEG"));
-    file->setPreferredFilename(name);
-    return file;
+    return file(fileOf(pictureOf(width, height), "JPEG"), name);
 }
 
 } // namespace
@@ -77,53 +73,51 @@ void QFTextAttachmentTest::isArchivedWhole()
         std::make_shared<QFTextAttachment>(NSFileWrapper::regularFileWithContents("jpeg"));
     attachment->setMediaAttribute(u"alttag"_s, u"Alt"_s);
     attachment->setCachedImage("cache");
-    const auto back = std::dynamic_pointer_cast<QFTextAttachment>(thereAndBack(attachment));
+    const auto back =
+        std::dynamic_pointer_cast<QFTextAttachment>(thereAndBack<NSTextAttachmentPtr>(attachment));
     QVERIFY(back);
     QVERIFY(sameValue(back->mediaAttributes(), attachment->mediaAttributes()));
     QCOMPARE(back->cachedImage(), QByteArray("cache"));
     QCOMPARE(back->fileWrapper()->regularFileContents(), QByteArray("jpeg"));
 
-    const auto bare =
-        std::dynamic_pointer_cast<QFTextAttachment>(thereAndBack(std::make_shared<QFTextAttachment>()));
+    const auto bare = std::dynamic_pointer_cast<QFTextAttachment>(
+        thereAndBack<NSTextAttachmentPtr>(std::make_shared<QFTextAttachment>()));
     QVERIFY(bare && !bare->hasMediaAttributes() && bare->cachedImage().isNull() && !bare->fileWrapper());
 
     // A picture's format is known again; bytes that are no picture have none.
     QVERIFY(!back->cachedImageFormat());
     attachment->setCachedImage(fileOf(pictureOf(4, 3), "PNG"));
-    const auto cached = std::dynamic_pointer_cast<QFTextAttachment>(thereAndBack(attachment));
+    const auto cached =
+        std::dynamic_pointer_cast<QFTextAttachment>(thereAndBack<NSTextAttachmentPtr>(attachment));
     QVERIFY(cached && cached->cachedImageFormat() == 0x504E4766);
 
     // An attachment that holds itself.
     attachment->setMediaAttribute(u"self"_s, QVariant::fromValue<NSTextAttachmentPtr>(attachment));
-    const auto circle = std::dynamic_pointer_cast<QFTextAttachment>(thereAndBack(attachment));
+    const auto circle =
+        std::dynamic_pointer_cast<QFTextAttachment>(thereAndBack<NSTextAttachmentPtr>(attachment));
     QVERIFY(circle && !circle->mediaAttributes().contains(u"self"_s));
     attachment->setMediaAttributes({});
 }
 
-void QFTextAttachmentTest::readsOlderVersions_data()
-{
-    QTest::addColumn<int>("version");
-    for (const int version : {0, 1, 2, 3})
-        QTest::addRow("version %d", version) << version;
-}
-
 void QFTextAttachmentTest::readsOlderVersions()
 {
-    QFETCH(int, version);
-    const QVariantMap versionEntry{{u"QFClassVersion"_s, version}};
-    const QByteArray archive = archiveOf(
-        {QVariantMap{{u"$class"_s, at(2)}, {u"$0"_s, at(3)}, {u"$1"_s, at(5)}, {u"$2"_s, at(6)}},
-         classEntry(u"QFTextAttachment"_s, versionEntry),
-         QVariantMap{{u"$class"_s, at(4)}, {u"NS.keys"_s, QVariantList{}}, {u"NS.objects"_s, QVariantList{}}},
-         classEntry(u"NSDictionary"_s), QByteArray("cache"),
-         QVariantMap{{u"$class"_s, at(7)}, {u"kind"_s, u"file"_s}, {u"contents"_s, QByteArray("x")}},
-         classEntry(u"NSFileWrapper"_s)});
-    const auto attachment = std::dynamic_pointer_cast<QFTextAttachment>(
-        NSKeyedUnarchiver::unarchiveObjectWithData(archive).value<NSTextAttachmentPtr>());
-    QVERIFY(attachment);
-    QVERIFY(attachment->hasMediaAttributes() && attachment->mediaAttributes().isEmpty());
-    QCOMPARE(attachment->cachedImage().isNull(), version < 1);
-    QCOMPARE(attachment->fileWrapper() == nullptr, version < 2);
+    for (const int version : {0, 1, 2, 3}) {
+        const QVariantMap versionEntry{{u"QFClassVersion"_s, version}};
+        const QByteArray archive = archiveOf(
+            {QVariantMap{{u"$class"_s, at(2)}, {u"$0"_s, at(3)}, {u"$1"_s, at(5)}, {u"$2"_s, at(6)}},
+             classEntry(u"QFTextAttachment"_s, versionEntry),
+             QVariantMap{
+                 {u"$class"_s, at(4)}, {u"NS.keys"_s, QVariantList{}}, {u"NS.objects"_s, QVariantList{}}},
+             classEntry(u"NSDictionary"_s), QByteArray("cache"),
+             QVariantMap{{u"$class"_s, at(7)}, {u"kind"_s, u"file"_s}, {u"contents"_s, QByteArray("x")}},
+             classEntry(u"NSFileWrapper"_s)});
+        const auto attachment = std::dynamic_pointer_cast<QFTextAttachment>(
+            NSKeyedUnarchiver::unarchiveObjectWithData(archive).value<NSTextAttachmentPtr>());
+        QVERIFY(attachment);
+        QVERIFY(attachment->hasMediaAttributes() && attachment->mediaAttributes().isEmpty());
+        QCOMPARE(attachment->cachedImage().isNull(), version < 1);
+        QCOMPARE(attachment->fileWrapper() == nullptr, version < 2);
+    }
 }
 
 void QFTextAttachmentTest::isFoundInText()
@@ -213,13 +207,11 @@ void QFTextAttachmentTest::readsLinksAndDocuments()
 
 void QFTextAttachmentTest::normalises_data()
 {
-    QTest::addColumn<QVariantMap>("attributes");
-    QTest::addColumn<QSize>("size");
-    QTest::newRow("scaled") << QVariantMap{{u"lockratios"_s, true}, {u"scale"_s, 0.5F}} << QSize(40, 30);
-    QTest::newRow("enlarged") << QVariantMap{{u"lockratios"_s, true}, {u"scale"_s, 2.0F}} << QSize(160, 120);
+    const Rows<QVariantMap, QSize> row({"attributes", "size"});
+    row("scaled", {{u"lockratios"_s, true}, {u"scale"_s, 0.5F}}, {40, 30});
+    row("enlarged", {{u"lockratios"_s, true}, {u"scale"_s, 2.0F}}, {160, 120});
     // The shorter side decides; the proportions stay.
-    QTest::newRow("sized") << QVariantMap{{u"lockratios"_s, false}, {u"width"_s, 60}, {u"height"_s, 15}}
-                           << QSize(20, 15);
+    row("sized", {{u"lockratios"_s, false}, {u"width"_s, 60}, {u"height"_s, 15}}, {20, 15});
 }
 
 void QFTextAttachmentTest::normalises()
@@ -248,11 +240,6 @@ void QFTextAttachmentTest::leavesOtherFilesAlone()
     const QVariantMap half{
         {u"lockratios"_s, true}, {u"scale"_s, 0.5F}, {u"originalwidth"_s, 80}, {u"originalheight"_s, 60}};
     const QByteArray png = fileOf(pictureOf(80, 60), "PNG");
-    const auto file = [](const QByteArray &bytes, const QString &name) {
-        const NSFileWrapperPtr wrapper = NSFileWrapper::regularFileWithContents(bytes);
-        wrapper->setPreferredFilename(name);
-        return wrapper;
-    };
     QVERIFY(!QFTextAttachment(file(png, u"a.png"_s), half).normalise());
     QVERIFY(!QFTextAttachment(jpeg(80, 60, u"a.jpeg"_s), half).normalise());
     QVERIFY(!QFTextAttachment(file("no picture", u"a.jpg"_s), half).normalise());

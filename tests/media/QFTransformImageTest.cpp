@@ -5,9 +5,8 @@
 #include "media/TransformGeometry.h"
 #include "platform/NSColor.h"
 #include "platform/Values.h"
+#include "tests/Rows.h"
 #include "tests/media/Pictures.h"
-
-#include <QTest>
 
 #include <cmath>
 #include <limits>
@@ -77,74 +76,54 @@ private Q_SLOTS:
 
     void sizesTheCanvas_data()
     {
-        QTest::addColumn<QVariantMap>("attributes");
-        QTest::addColumn<QSize>("original");
-        QTest::addColumn<QSize>("size");
+        const Rows<QVariantMap, QSize, QSize> row({"attributes", "original", "size"});
         const QSize wide(400, 300);
-        QTest::newRow("as it is") << QVariantMap() << wide << wide;
-        QTest::newRow("scaled") << QVariantMap{{u"lockratios"_s, true}, {u"scale"_s, 0.5}} << wide
-                                << QSize(200, 150);
+        row("as it is", {}, wide, wide);
+        row("scaled", {{u"lockratios"_s, true}, {u"scale"_s, 0.5}}, wide, {200, 150});
         // 300 x 0.1 is 30 in 32-bit floats; in doubles its ceiling would be 31.
-        QTest::newRow("by floats") << QVariantMap{{u"lockratios"_s, true}, {u"scale"_s, 0.1F}}
-                                   << QSize(300, 300) << QSize(30, 30);
+        row("by floats", {{u"lockratios"_s, true}, {u"scale"_s, 0.1F}}, {300, 300}, {30, 30});
         // 99.000008 points are 99 pixels.
-        QTest::newRow("rounded up, but for noise")
-            << QVariantMap{{u"lockratios"_s, true}, {u"scale"_s, 0.33F}} << QSize(300, 300) << QSize(99, 99);
-        QTest::newRow("width alone") << QVariantMap{{u"width"_s, 100}} << wide << QSize(100, 300);
-        QTest::newRow("square") << QVariantMap{{u"square"_s, true}} << wide << QSize(300, 300);
-        QTest::newRow("square, then not")
-            << QVariantMap{{u"square"_s, true}, {u"width"_s, 50}} << wide << QSize(50, 300);
-        QTest::newRow("border rounded up") << QVariantMap{{u"enableborder"_s, true}, {u"bordersize"_s, 2.4}}
-                                           << QSize(100, 100) << QSize(106, 106);
-        QTest::newRow("border alone is left of nothing") << QVariantMap{{u"lockratios"_s, true},
-                                                                        {u"scale"_s, 0},
-                                                                        {u"enableborder"_s, true},
-                                                                        {u"bordersize"_s, 2}}
-                                                         << wide << QSize(4, 4);
-        QTest::newRow("shadow") << QVariantMap{{u"enableshadow"_s, true},
-                                               {u"shadowoffset"_s, 5},
-                                               {u"shadowblur"_s, 5}}
-                                << QSize(100, 100) << QSize(108, 108);
-        QTest::newRow("shadow to the upper left")
-            << QVariantMap{{u"enableshadow"_s, true}, {u"shadowoffset"_s, -6.5}, {u"shadowblur"_s, 4}}
-            << QSize(100, 100) << QSize(96, 96);
-        QTest::newRow("turned") << QVariantMap{{u"rotation"_s, 90}} << QSize(200, 100) << QSize(100, 200);
-        QTest::newRow("turned and clipped")
-            << QVariantMap{{u"rotation"_s, 90}, {u"clip"_s, true}} << QSize(200, 100) << QSize(200, 100);
-        QTest::newRow("turned in full")
-            << QVariantMap{{u"rotation"_s, 360}, {u"width"_s, 100.5}} << QSize(200, 100) << QSize(101, 100);
-        QTest::newRow("turned by 45")
-            << QVariantMap{{u"rotation"_s, -45}} << QSize(100, 100) << QSize(142, 142);
+        row("rounded up, but for noise", {{u"lockratios"_s, true}, {u"scale"_s, 0.33F}}, {300, 300},
+            {99, 99});
+        row("width alone", {{u"width"_s, 100}}, wide, {100, 300});
+        row("square", {{u"square"_s, true}}, wide, {300, 300});
+        row("square, then not", {{u"square"_s, true}, {u"width"_s, 50}}, wide, {50, 300});
+        row("border rounded up", {{u"enableborder"_s, true}, {u"bordersize"_s, 2.4}}, {100, 100}, {106, 106});
+        row("border alone is left of nothing",
+            {{u"lockratios"_s, true}, {u"scale"_s, 0}, {u"enableborder"_s, true}, {u"bordersize"_s, 2}}, wide,
+            {4, 4});
+        row("shadow", {{u"enableshadow"_s, true}, {u"shadowoffset"_s, 5}, {u"shadowblur"_s, 5}}, {100, 100},
+            {108, 108});
+        row("shadow to the upper left",
+            {{u"enableshadow"_s, true}, {u"shadowoffset"_s, -6.5}, {u"shadowblur"_s, 4}}, {100, 100},
+            {96, 96});
+        row("turned", {{u"rotation"_s, 90}}, {200, 100}, {100, 200});
+        row("turned and clipped", {{u"rotation"_s, 90}, {u"clip"_s, true}}, {200, 100}, {200, 100});
+        row("turned in full", {{u"rotation"_s, 360}, {u"width"_s, 100.5}}, {200, 100}, {101, 100});
+        row("turned by 45", {{u"rotation"_s, -45}}, {100, 100}, {142, 142});
         const QVariantMap sized{{u"width"_s, 300}, {u"height"_s, 200}};
         const auto oriented = [&](int code) {
             QVariantMap map = sized;
             map.insert(u"orientation"_s, code);
             return map;
         };
-        for (const int code : {0, 1, 2, 3, 4, 9})
-            QTest::addRow("orientation %d", code) << oriented(code) << wide << QSize(300, 200);
-        for (const int code : {5, 6, 7, 8})
+        for (const int code : {0, 1, 2, 3, 4, 5, 6, 7, 8, 9})
             QTest::addRow("orientation %d", code) << oriented(code) << wide << QSize(300, 200);
         QVariantMap clipped = oriented(6);
         clipped.insert(u"clip"_s, true);
-        QTest::newRow("camera picture, clipped") << clipped << wide << QSize(200, 300);
-        QTest::newRow("the camera's turn replaces the user's")
-            << QVariantMap{{u"orientation"_s, 3}, {u"rotation"_s, 45}} << wide << wide;
+        row("camera picture, clipped", clipped, wide, {200, 300});
+        row("the camera's turn replaces the user's", {{u"orientation"_s, 3}, {u"rotation"_s, 45}}, wide,
+            wide);
         for (const float odd : {0.0F, -3.0F, kNaN, kInfinity, 1e9F}) {
             QTest::addRow("scale %g", odd)
                 << QVariantMap{{u"lockratios"_s, true}, {u"scale"_s, odd}} << wide << QSize(0, 0);
         }
-        QTest::newRow("no number as a border")
-            << QVariantMap{{u"enableborder"_s, true}, {u"bordersize"_s, kNaN}} << wide << wide;
-        QTest::newRow("huge border") << QVariantMap{{u"enableborder"_s, true}, {u"bordersize"_s, 1e9}} << wide
-                                     << QSize(0, 0);
-        QTest::newRow("huge blur") << QVariantMap{{u"enableshadow"_s, true}, {u"shadowblur"_s, 1e6}} << wide
-                                   << QSize(0, 0);
-        QTest::newRow("no number as an angle") << QVariantMap{{u"rotation"_s, kNaN}} << wide << QSize(0, 0);
-        QTest::newRow("no number as an angle, clipped")
-            << QVariantMap{{u"rotation"_s, kNaN}, {u"clip"_s, true}} << wide << wide;
-        QTest::newRow("too many pixels")
-            << QVariantMap{{u"width"_s, 30000}, {u"height"_s, 30000}} << wide << QSize(0, 0);
+        row("no number as a border", {{u"enableborder"_s, true}, {u"bordersize"_s, kNaN}}, wide, wide);
+        row("huge border", {{u"enableborder"_s, true}, {u"bordersize"_s, 1e9}}, wide, {0, 0});
+        row("huge blur", {{u"enableshadow"_s, true}, {u"shadowblur"_s, 1e6}}, wide, {0, 0});
+        row("no number as an angle", {{u"rotation"_s, kNaN}}, wide, {0, 0});
+        row("no number as an angle, clipped", {{u"rotation"_s, kNaN}, {u"clip"_s, true}}, wide, wide);
+        row("too many pixels", {{u"width"_s, 30000}, {u"height"_s, 30000}}, wide, {0, 0});
     }
     void sizesTheCanvas()
     {
@@ -273,7 +252,7 @@ private Q_SLOTS:
                                      {u"bordersize"_s, 2}};
         const QImage expected = QFTransformImage::transformImageUsingAttributes(image, attributes)->bitmap();
         std::atomic<int> wrong = 0;
-        std::vector<std::thread> threads;
+        std::vector<std::jthread> threads;
         for (int thread = 0; thread < 4; ++thread) {
             threads.emplace_back([&] {
                 for (int run = 0; run < 5; ++run) {
@@ -283,8 +262,7 @@ private Q_SLOTS:
                 }
             });
         }
-        for (std::thread &thread : threads)
-            thread.join();
+        threads.clear(); // waits for them
         QCOMPARE(wrong.load(), 0);
     }
 };

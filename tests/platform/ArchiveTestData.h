@@ -1,5 +1,7 @@
 #pragma once
 
+#include "platform/NSKeyedArchiver.h"
+#include "platform/NSKeyedUnarchiver.h"
 #include "platform/NSPropertyList.h"
 
 #include <QVariant>
@@ -29,4 +31,12 @@ inline QByteArray archiveOf(QVariantList objects)
                                                             {u"$objects"_s, objects},
                                                             {u"$top"_s, QVariantMap{{u"root"_s, at(1)}}}},
                                                 NSPropertyListFormat::Binary);
+}
+
+/// What an archive of a value holds.
+template <typename T>
+T thereAndBack(const T &value)
+{
+    const QByteArray archive = NSKeyedArchiver::archivedDataWithRootObject(QVariant::fromValue(value));
+    return NSKeyedUnarchiver::unarchiveObjectWithData(archive).value<T>();
 }

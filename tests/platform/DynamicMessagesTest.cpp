@@ -1,8 +1,8 @@
 #include "platform/DynamicMessages.h"
 #include "platform/Values.h"
+#include "tests/Rows.h"
 
 #include <QPointer>
-#include <QTest>
 #include <QUrl>
 
 #include <memory>
@@ -87,24 +87,21 @@ void DynamicMessagesTest::knowsWhatIsAnswered()
 
 void DynamicMessagesTest::choosesTheNearestOverload_data()
 {
-    QTest::addColumn<QVariant>("argument");
-    QTest::addColumn<QString>("chosen");
-    QTest::newRow("exact") << QVariant(1.5) << u"double"_s;
-    QTest::newRow("widened before narrowed") << QVariant(qint64(1)) << u"double"_s;
-    QTest::newRow("short number") << QVariant::fromValue<short>(1) << u"int"_s;
-    QTest::newRow("string") << QVariant(u"1"_s) << u"string"_s;
-    QTest::newRow("object of another class")
-        << QVariant::fromValue<DynamicMessagesTest *>(this) << u"object"_s;
-    QTest::newRow("hash as map") << QVariant(QVariantHash()) << u"map"_s;
-    QTest::newRow("a URL is no string") << QVariant(QUrl(u"a"_s)) << QString();
+    const Rows<QVariant, QString> row({"argument", "chosen"});
+    row("exact", 1.5, u"double"_s);
+    row("widened before narrowed", qint64(1), u"double"_s);
+    row("short number", QVariant::fromValue<short>(1), u"int"_s);
+    row("string", u"1"_s, u"string"_s);
+    row("object of another class", QVariant::fromValue<DynamicMessagesTest *>(this), u"object"_s);
+    row("hash as map", QVariantHash(), u"map"_s);
+    row("a URL is no string", QUrl(u"a"_s), {});
 }
 
 void DynamicMessagesTest::choosesTheNearestOverload()
 {
     QFETCH(QVariant, argument);
-    QFETCH(QString, chosen);
     Receiver receiver;
-    QCOMPARE(send(&receiver, "overloaded", {argument}).toString(), chosen);
+    QTEST(send(&receiver, "overloaded", {argument}).toString(), "chosen");
 }
 
 void DynamicMessagesTest::refusesWhatDoesNotFit()
@@ -182,7 +179,7 @@ void DynamicMessagesTest::isNotFooledByAnotherClassAtTheSameAddress()
 
 void DynamicMessagesTest::answersOnManyThreads()
 {
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     std::atomic<int> wrong = 0;
     for (int thread = 0; thread < 4; ++thread)
         threads.emplace_back([&wrong] {
@@ -194,8 +191,7 @@ void DynamicMessagesTest::answersOnManyThreads()
                     ++wrong;
             }
         });
-    for (std::thread &thread : threads)
-        thread.join();
+    threads.clear(); // waits for them
     QCOMPARE(wrong, 0);
 }
 

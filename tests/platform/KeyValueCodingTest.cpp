@@ -1,7 +1,7 @@
 #include "platform/KeyValueCoding.h"
 #include "platform/Values.h"
+#include "tests/Rows.h"
 
-#include <QTest>
 #include <QUrl>
 
 #include <stdexcept>
@@ -79,27 +79,23 @@ void KeyValueCodingTest::followsPaths()
 
 void KeyValueCodingTest::writes_data()
 {
-    QTest::addColumn<QString>("key");
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<QVariant>("read");
-    QTest::newRow("string") << u"name"_s << QVariant(u"x"_s) << QVariant(u"x"_s);
-    QTest::newRow("nil string") << u"name"_s << QVariant() << QVariant(QString());
-    QTest::newRow("truncated number") << u"count"_s << QVariant(-3.9) << QVariant(-3);
-    QTest::newRow("number as truth") << u"flag"_s << QVariant(2) << QVariant(true);
-    QTest::newRow("anything") << u"any"_s << QVariant(QUrl(u"a"_s)) << QVariant(QUrl(u"a"_s));
-    QTest::newRow("number as enumeration")
-        << u"mode"_s << QVariant(1) << QVariant::fromValue(Settings::Mode::On);
-    QTest::newRow("nil object") << u"partner"_s << QVariant() << QVariant::fromValue<QObject *>(nullptr);
+    const Rows<QString, QVariant, QVariant> row({"key", "value", "read"});
+    row("string", u"name"_s, u"x"_s, u"x"_s);
+    row("nil string", u"name"_s, {}, QString());
+    row("truncated number", u"count"_s, -3.9, -3);
+    row("number as truth", u"flag"_s, 2, true);
+    row("anything", u"any"_s, QUrl(u"a"_s), QUrl(u"a"_s));
+    row("number as enumeration", u"mode"_s, 1, QVariant::fromValue(Settings::Mode::On));
+    row("nil object", u"partner"_s, {}, QVariant::fromValue<QObject *>(nullptr));
 }
 
 void KeyValueCodingTest::writes()
 {
     QFETCH(QString, key);
     QFETCH(QVariant, value);
-    QFETCH(QVariant, read);
     Settings settings;
     QVERIFY(setValueForKey(&settings, key, value));
-    QCOMPARE(valueForKey(&settings, key), read);
+    QTEST(valueForKey(&settings, key), "read");
 }
 
 void KeyValueCodingTest::refusesToWrite()

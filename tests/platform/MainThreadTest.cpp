@@ -2,7 +2,6 @@
 
 #include <QCoreApplication>
 #include <QEventLoop>
-#include <QRegularExpression>
 #include <QTest>
 
 #include <atomic>

@@ -1,10 +1,10 @@
 #include "platform/NSBundle.h"
 #include "platform/NSStringsTable.h"
+#include "tests/Files.h"
+#include "tests/Rows.h"
 
-#include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -65,10 +65,7 @@ void NSBundleTest::speaksThePreferredLanguage()
 void NSBundleTest::readsAFolderInPlaceOfItsOwnResources()
 {
     const QTemporaryDir folder;
-    QVERIFY(QDir(folder.path()).mkdir(u"en.lproj"_s));
-    QFile file(folder.filePath(u"en.lproj/Localizable.strings"_s));
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("\"URL\" = \"Address\";") > 0);
-    file.close();
+    QVERIFY(write(folder.filePath(u"en.lproj/Localizable.strings"_s), "\"URL\" = \"Address\";"));
     NSBundle &bundle = NSBundle::libraryBundle();
     bundle.setResourcePath(folder.path());
     QCOMPARE(bundle.localizedStringForKey(u"URL"_s), u"Address"_s);
@@ -77,11 +74,7 @@ void NSBundleTest::readsAFolderInPlaceOfItsOwnResources()
 
 void NSBundleTest::readsStringsFiles_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::addColumn<Table>("table");
-    const auto row = [](const char *name, const QByteArray &bytes, const Table &table) {
-        QTest::newRow(name) << bytes << table;
-    };
+    const Rows<QByteArray, Table> row({"bytes", "table"});
     row("comments and blanks", "/* a */ \"k\" // = \"x\"\n=/**/\"v\" ;", {{u"k"_s, u"v"_s}});
     row("plain words and a key alone", "key = value;\nalone;",
         {{u"key"_s, u"value"_s}, {u"alone"_s, u"alone"_s}});
@@ -104,8 +97,7 @@ void NSBundleTest::readsStringsFiles_data()
 void NSBundleTest::readsStringsFiles()
 {
     QFETCH(QByteArray, bytes);
-    QFETCH(Table, table);
-    QCOMPARE(parseStringsFile(bytes), table);
+    QTEST(parseStringsFile(bytes), "table");
 }
 
 QTEST_APPLESS_MAIN(NSBundleTest)

@@ -1,9 +1,10 @@
 #include "platform/NSFileWrapper.h"
+#include "tests/Files.h"
+#include "tests/Rows.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <csignal>
 #include <sys/resource.h>
@@ -25,7 +26,6 @@ private Q_SLOTS:
     void keepsChildrenInside_data();
     void keepsChildrenInside();
     void namesChildren();
-    void refusesPlacesThatAreTaken_data();
     void refusesPlacesThatAreTaken();
     void saysWhenTheDiskIsFull_data();
     void saysWhenTheDiskIsFull();
@@ -54,19 +54,13 @@ NSFileWrapperPtr link(const QString &destination)
     return NSFileWrapper::symbolicLinkWithDestination(destination);
 }
 
-QByteArray contents(const QString &path)
-{
-    QFile opened(path);
-    return opened.open(QIODevice::ReadOnly) ? opened.readAll() : QByteArray();
-}
-
 } // namespace
 
 void NSFileWrapperTest::keepsATree_data()
 {
-    QTest::addColumn<bool>("atomically");
-    QTest::newRow("straight") << false;
-    QTest::newRow("atomically") << true;
+    const Rows<bool> row({"atomically"});
+    row("straight", false);
+    row("atomically", true);
 }
 
 void NSFileWrapperTest::keepsATree()
@@ -119,15 +113,14 @@ void NSFileWrapperTest::readsOnlyWhatItMay()
 
 void NSFileWrapperTest::keepsChildrenInside_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("written");
-    QTest::newRow("upwards") << u"../../out"_s << u"out"_s;
-    QTest::newRow("from the root") << u"/nowhere/out"_s << u"out"_s;
-    QTest::newRow("parent") << u"a/.."_s << QString();
-    QTest::newRow("itself") << u"."_s << QString();
-    QTest::newRow("root") << u"/"_s << QString();
-    QTest::newRow("empty") << u""_s << QString();
-    QTest::newRow("NUL") << u"a\0b"_s << QString();
+    const Rows<QString, QString> row({"name", "written"});
+    row("upwards", u"../../out"_s, u"out"_s);
+    row("from the root", u"/nowhere/out"_s, u"out"_s);
+    row("parent", u"a/.."_s, {});
+    row("itself", u"."_s, {});
+    row("root", u"/"_s, {});
+    row("empty", u""_s, {});
+    row("NUL", u"a\0b"_s, {});
 }
 
 void NSFileWrapperTest::keepsChildrenInside()
@@ -159,26 +152,21 @@ void NSFileWrapperTest::namesChildren()
     QCOMPARE(names(), QStringList{u"a"_s});
 }
 
-void NSFileWrapperTest::refusesPlacesThatAreTaken_data()
-{
-    QTest::addColumn<QString>("place");
-    for (const char *place :
-         {"file", "folder", "folder/", "link", "dangling", "file/below", "missing/below", ""})
-        QTest::newRow(place) << QString::fromLatin1(place);
-}
-
 void NSFileWrapperTest::refusesPlacesThatAreTaken()
 {
-    QFETCH(QString, place);
     QVERIFY(file("old")->writeToPath(path(u"file"_s), false));
     QVERIFY(QDir().mkdir(path(u"folder"_s)));
     QVERIFY(link(u"file"_s)->writeToPath(path(u"link"_s), false));
     QVERIFY(link(u"target"_s)->writeToPath(path(u"dangling"_s), false));
     const QStringList before = names();
-    for (const bool atomically : {false, true}) {
-        for (const auto &wrapper :
-             {file("new"), link(u"new"_s), NSFileWrapper::directoryWithFileWrappers({file("x")})})
-            QVERIFY(!wrapper->writeToPath(place.isEmpty() ? place : path(place), atomically));
+    for (const QString &place : {u"file"_s, u"folder"_s, u"folder/"_s, u"link"_s, u"dangling"_s,
+                                 u"file/below"_s, u"missing/below"_s, u""_s}) {
+        for (const bool atomically : {false, true}) {
+            for (const auto &wrapper :
+                 {file("new"), link(u"new"_s), NSFileWrapper::directoryWithFileWrappers({file("x")})})
+                QVERIFY2(!wrapper->writeToPath(place.isEmpty() ? place : path(place), atomically),
+                         qPrintable(place));
+        }
     }
     QCOMPARE(names(), before);
     QCOMPARE(contents(path(u"file"_s)), QByteArray("old"));

@@ -104,7 +104,7 @@ void NSNotificationCenterTest::takesRegistrationsOnManyThreads()
 {
     NSNotificationCenter center;
     std::atomic<int> calls = 0;
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int thread = 0; thread < 4; ++thread)
         threads.emplace_back([&, name = QString::number(thread)] {
             for (int i = 0; i < 300; ++i) {
@@ -113,8 +113,7 @@ void NSNotificationCenterTest::takesRegistrationsOnManyThreads()
                 center.postNotificationName(name);
             }
         });
-    for (std::thread &thread : threads)
-        thread.join();
+    threads.clear(); // waits for them
     QCOMPARE(calls, 1200);
 }
 

@@ -1,9 +1,10 @@
 #include "platform/NSUserDefaults.h"
+#include "tests/Files.h"
+#include "tests/Rows.h"
 
 #include <QDir>
 #include <QFile>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <thread>
 
@@ -67,10 +68,8 @@ void NSUserDefaultsTest::keepsWhatWasSet()
     QCOMPARE(defaults.dictionaryForKey(u"Plugins"_s), plugins);
     QCOMPARE(defaults.persistentDomainForName(u"app"_s).size(), 1);
     // What another process wrote is seen after synchronising, and a file in XML is as good.
-    QFile other(file(u"app"_s));
-    QVERIFY(other.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    other.write("<plist version=\"1.0\"><dict><key>uppercaseColorCodes</key><true/></dict></plist>");
-    other.close();
+    QVERIFY(write(file(u"app"_s),
+                  "<plist version=\"1.0\"><dict><key>uppercaseColorCodes</key><true/></dict></plist>"));
     QVERIFY(!defaults.boolForKey(u"uppercaseColorCodes"_s));
     QVERIFY(defaults.synchronize());
     QVERIFY(defaults.boolForKey(u"uppercaseColorCodes"_s));
@@ -81,11 +80,8 @@ void NSUserDefaultsTest::keepsWhatWasSet()
 
 void NSUserDefaultsTest::keepsDamagedFilesAside()
 {
-    QVERIFY(QDir().mkpath(_path));
     for (const QByteArray bytes : {"bplist00 damaged", "<plist><array/></plist>"}) {
-        QFile broken(file(u"app"_s));
-        QVERIFY(broken.open(QIODevice::WriteOnly | QIODevice::Truncate) && broken.write(bytes) > 0);
-        broken.close();
+        QVERIFY(write(file(u"app"_s), bytes));
         NSUserDefaults defaults(_path, u"app"_s);
         QVERIFY(!defaults.objectForKey(u"key"_s).isValid());
         QVERIFY(defaults.synchronize());
@@ -94,17 +90,12 @@ void NSUserDefaultsTest::keepsDamagedFilesAside()
         QVERIFY(defaults.synchronize());
         QCOMPARE(NSUserDefaults(_path, u"app"_s).integerForKey(u"key"_s), 1);
     }
-    QFile kept(_path + u"/app.plist.damaged-2"_s);
-    QVERIFY(kept.open(QIODevice::ReadOnly));
-    QCOMPARE(kept.readAll(), QByteArray("<plist><array/></plist>"));
+    QCOMPARE(contents(_path + u"/app.plist.damaged-2"_s), QByteArray("<plist><array/></plist>"));
 }
 
 void NSUserDefaultsTest::keepsADamagedFileAsideOnce()
 {
-    QVERIFY(QDir().mkpath(_path));
-    QFile broken(file(u"app"_s));
-    QVERIFY(broken.open(QIODevice::WriteOnly) && broken.write("bplist00 cut o") > 0);
-    broken.close();
+    QVERIFY(write(file(u"app"_s), "bplist00 cut o"));
     // As if in two processes, both of which have met the damaged file.
     NSUserDefaults first(_path, u"app"_s);
     NSUserDefaults second(_path, u"app"_s);
@@ -121,13 +112,12 @@ void NSUserDefaultsTest::keepsADamagedFileAsideOnce()
 
 void NSUserDefaultsTest::staysInItsFolder_data()
 {
-    QTest::addColumn<QString>("name");
-    QTest::addColumn<QString>("written");
-    QTest::newRow("upwards") << u"../../out"_s << u"out.plist"_s;
-    QTest::newRow("parent") << u".."_s << QString();
-    QTest::newRow("root") << u"/"_s << QString();
-    QTest::newRow("empty") << u""_s << QString();
-    QTest::newRow("too long") << QString(300, u'x') << QString();
+    const Rows<QString, QString> row({"name", "written"});
+    row("upwards", u"../../out"_s, u"out.plist"_s);
+    row("parent", u".."_s, {});
+    row("root", u"/"_s, {});
+    row("empty", u""_s, {});
+    row("too long", QString(300, u'x'), {});
 }
 
 void NSUserDefaultsTest::staysInItsFolder()
@@ -146,20 +136,20 @@ void NSUserDefaultsTest::staysInItsFolder()
 void NSUserDefaultsTest::saysWhenItCannotWrite()
 {
     NSUserDefaults defaults(_path, u"app"_s);
-    QFile inTheWay(_folder->filePath(u"file"_s));
-    QVERIFY(inTheWay.open(QIODevice::WriteOnly));
-    defaults.setFolder(inTheWay.fileName());
+    const QString inTheWay = _folder->filePath(u"file"_s);
+    QVERIFY(write(inTheWay, ""));
+    defaults.setFolder(inTheWay);
     defaults.setObject(2, u"key"_s);
     QVERIFY(!defaults.synchronize());
-    QVERIFY(inTheWay.remove());
+    QVERIFY(QFile::remove(inTheWay));
     QVERIFY2(defaults.synchronize(), "changes are kept until they can be written");
-    QCOMPARE(NSUserDefaults(inTheWay.fileName(), u"app"_s).integerForKey(u"key"_s), 2);
+    QCOMPARE(NSUserDefaults(inTheWay, u"app"_s).integerForKey(u"key"_s), 2);
 }
 
 void NSUserDefaultsTest::isSafeOnThreads()
 {
     NSUserDefaults defaults(_path, u"app"_s);
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int number = 0; number < 4; ++number) {
         threads.emplace_back([&defaults, number] {
             for (int i = 0; i < 200; ++i) {
@@ -170,8 +160,7 @@ void NSUserDefaultsTest::isSafeOnThreads()
             }
         });
     }
-    for (std::thread &thread : threads)
-        thread.join();
+    threads.clear(); // waits for them
     QVERIFY(defaults.synchronize());
     for (int number = 0; number < 4; ++number)
         QCOMPARE(defaults.integerForKey(QString::number(number)), 199);

@@ -1,8 +1,8 @@
 #include "platform/QFHost.h"
 
+#include "tests/Rows.h"
 #include "tests/host/SmallHost.h"
 
-#include <QTest>
 #include <QUrl>
 
 using namespace Qt::StringLiterals;
@@ -44,7 +44,6 @@ class QFHostTest : public QObject
 private Q_SLOTS:
     void asksPagesDocumentsAndPlugins();
     void tellsAMapperThatKnowsNothingFromNone();
-    void takesAnswersOfWrongTypesAsNil_data();
     void takesAnswersOfWrongTypesAsNil();
     void asksNobodyAtAll();
 };
@@ -96,29 +95,23 @@ void QFHostTest::tellsAMapperThatKnowsNothingFromNone()
     QVERIFY(thrown && thrown->isNull());
 }
 
-void QFHostTest::takesAnswersOfWrongTypesAsNil_data()
-{
-    QTest::addColumn<QVariant>("odd");
-    QTest::newRow("number") << QVariant(3);
-    QTest::newRow("URL") << QVariant(QUrl(u"https://example.com"_s));
-    QTest::newRow("list") << QVariant(QVariantList{u"x"_s});
-    QTest::newRow("null object") << QVariant::fromValue<QObject *>(nullptr);
-}
-
 void QFHostTest::takesAnswersOfWrongTypesAsNil()
 {
-    OddHost host;
-    QFETCH(QVariant, odd);
-    host.odd = odd;
-    QVERIFY(!QFHost::document(&host) && !QFHost::plugin(&host) && !QFHost::pageFromUniqueID(&host, u"a"_s));
-    QVERIFY(!QFHost::isExternalPage(&host));
-    for (const QString &text :
-         {QFHost::uniqueID(&host), QFHost::externalPageURL(&host), QFHost::pathFromPage(&host, {}, {}, 0),
-          QFHost::pageFilesFolderName(&host, {}), QFHost::imageFormat(&host), QFHost::filenameExt(&host),
-          QFHost::fileNameOrSaveToFileName(&host)})
-        QVERIFY(text.isNull());
-    QCOMPARE(QFHost::colourTagFiles(&host).size(), odd.toList().size()); // a list is all right there
-    QVERIFY(QFHost::internalPageLinkFileMapper(&host, u"s"_s)->isNull());
+    for (const QVariant &odd : {QVariant(3), QVariant(QUrl(u"https://example.com"_s)),
+                                QVariant(QVariantList{u"x"_s}), QVariant::fromValue<QObject *>(nullptr)}) {
+        OddHost host;
+        host.odd = odd;
+        QVERIFY(!QFHost::document(&host) && !QFHost::plugin(&host) &&
+                !QFHost::pageFromUniqueID(&host, u"a"_s));
+        QVERIFY(!QFHost::isExternalPage(&host));
+        for (const QString &text :
+             {QFHost::uniqueID(&host), QFHost::externalPageURL(&host), QFHost::pathFromPage(&host, {}, {}, 0),
+              QFHost::pageFilesFolderName(&host, {}), QFHost::imageFormat(&host), QFHost::filenameExt(&host),
+              QFHost::fileNameOrSaveToFileName(&host)})
+            QVERIFY(text.isNull());
+        QCOMPARE(QFHost::colourTagFiles(&host).size(), odd.toList().size()); // a list is all right there
+        QVERIFY(QFHost::internalPageLinkFileMapper(&host, u"s"_s)->isNull());
+    }
 }
 
 void QFHostTest::asksNobodyAtAll()

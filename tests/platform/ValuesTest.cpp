@@ -1,9 +1,9 @@
 #include "platform/Values.h"
 #include "platform/NSColor.h"
 #include "platform/NSTextAttachment.h"
+#include "tests/Rows.h"
 
 #include <QPointer>
-#include <QTest>
 #include <QUrl>
 
 #include <cmath>
@@ -16,12 +16,7 @@ class ValuesTest : public QObject
 private Q_SLOTS:
     void comparesWithinFamilies_data()
     {
-        QTest::addColumn<QVariant>("a");
-        QTest::addColumn<QVariant>("b");
-        QTest::addColumn<bool>("same");
-        const auto row = [](const char *name, const QVariant &a, const QVariant &b, bool same) {
-            QTest::newRow(name) << QVariant::fromValue(a) << QVariant::fromValue(b) << same;
-        };
+        const Rows<QVariant, QVariant, bool> row({"a", "b", "same"});
         const auto attachment = std::make_shared<NSTextAttachment>();
         const auto another = std::make_shared<NSTextAttachment>();
         row("number and its text", 1, u"1"_s, false);
@@ -79,14 +74,7 @@ private Q_SLOTS:
     }
     void reads_data()
     {
-        QTest::addColumn<QVariant>("value");
-        QTest::addColumn<bool>("truth");
-        QTest::addColumn<qint64>("integer");
-        QTest::addColumn<double>("number");
-        const auto row = [](const char *name, const QVariant &value, bool truth, qint64 integer,
-                            double number) {
-            QTest::newRow(name) << QVariant::fromValue(value) << truth << integer << number;
-        };
+        const Rows<QVariant, bool, qint64, double> row({"value", "truth", "integer", "number"});
         row("NO", u"NO"_s, false, 0, 0);
         row("yes", u" yes"_s, true, 0, 0);
         row("zeros, then a digit", u"007"_s, true, 7, 7);
@@ -100,12 +88,9 @@ private Q_SLOTS:
     void reads()
     {
         QFETCH(QVariant, value);
-        QFETCH(bool, truth);
-        QFETCH(qint64, integer);
-        QFETCH(double, number);
-        QCOMPARE(boolValue(value), truth);
-        QCOMPARE(intValue(value), integer);
-        QCOMPARE(doubleValue(value), number);
+        QTEST(boolValue(value), "truth");
+        QTEST(intValue(value), "integer");
+        QTEST(doubleValue(value), "number");
     }
 };
 

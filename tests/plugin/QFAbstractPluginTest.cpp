@@ -1,3 +1,4 @@
+#include "tests/Rows.h"
 #include "tests/plugin/SamplePlugin.h"
 
 #include "platform/DynamicMessages.h"
@@ -8,7 +9,6 @@
 #include "plugin/QFSharedStorage.h"
 
 #include <QLoggingCategory>
-#include <QTest>
 
 #include <mutex>
 #include <thread>
@@ -213,16 +213,14 @@ void QFAbstractPluginTest::handsItsSettingsOver()
 
 void QFAbstractPluginTest::acceptsSettingsOfItsKindOnly_data()
 {
-    QTest::addColumn<QVariant>("uniqueID");
-    QTest::addColumn<QVariant>("name");
-    QTest::addColumn<bool>("accepted");
-    QTest::newRow("another of its kind") << QVariant(u"b"_s) << QVariant(u"Notes"_s) << true;
-    QTest::newRow("no ID") << QVariant() << QVariant(u"Notes"_s) << true;
-    QTest::newRow("its own") << QVariant(u"a"_s) << QVariant(u"Notes"_s) << false;
-    QTest::newRow("another kind") << QVariant(u"b"_s) << QVariant(u"Album"_s) << false;
-    QTest::newRow("another case") << QVariant(u"b"_s) << QVariant(u"notes"_s) << false;
-    QTest::newRow("wrong types") << QVariant(1) << QVariant(QVariantList{u"Notes"_s}) << false;
-    QTest::newRow("nothing") << QVariant() << QVariant() << false;
+    const Rows<QVariant, QVariant, bool> row({"uniqueID", "name", "accepted"});
+    row("another of its kind", u"b"_s, u"Notes"_s, true);
+    row("no ID", {}, u"Notes"_s, true);
+    row("its own", u"a"_s, u"Notes"_s, false);
+    row("another kind", u"b"_s, u"Album"_s, false);
+    row("another case", u"b"_s, u"notes"_s, false);
+    row("wrong types", 1, QVariantList{u"Notes"_s}, false);
+    row("nothing", {}, {}, false);
 }
 
 void QFAbstractPluginTest::acceptsSettingsOfItsKindOnly()

@@ -1,7 +1,6 @@
 #include "plugin/QFAlert.h"
 
 #include "platform/NSBundle.h"
-#include "plugin/QFPageError.h"
 
 #include <QApplication>
 #include <QLabel>
@@ -27,41 +26,19 @@ private Q_SLOTS:
     void showsTextsAsTheyAre();
     void answersOneInsideAnother();
     void needsTheMainThread();
-    void emptyPageError();
-
-private:
-    using Act = std::function<void(QMessageBox &)>;
-    /// Answers what `alert` answers when `act` is done to the box that it shows.
-    static int during(const std::function<int()> &alert, const Act &act);
-    static Act click(const QString &title);
-    static QStringList titles(const QMessageBox &box);
 };
 
 namespace {
 
-int two()
-{
-    return QFAlert::runInfoAlert(u"Message"_s, u"More"_s, u"Save & go"_s, u"Discard"_s);
-}
+using Act = std::function<void(QMessageBox &)>;
 
-int okCancel()
-{
-    return QFAlert::runInfoAlertOKCancel(u"Message"_s, u"More"_s);
-}
+const auto two = [] { return QFAlert::runInfoAlert(u"Message"_s, u"More"_s, u"Save & go"_s, u"Discard"_s); };
+const auto okCancel = [] { return QFAlert::runInfoAlertOKCancel(u"Message"_s, u"More"_s); };
+const auto three = [] { return QFAlert::runInfoAlertOKCancelAlternate(u"Message"_s, u"More"_s, u"Later"_s); };
+const auto one = [] { return QFAlert::runInfoAlert(u"Message"_s, u"More"_s); };
 
-int three()
-{
-    return QFAlert::runInfoAlertOKCancelAlternate(u"Message"_s, u"More"_s, u"Later"_s);
-}
-
-int one()
-{
-    return QFAlert::runInfoAlert(u"Message"_s, u"More"_s);
-}
-
-} // namespace
-
-int QFAlertTest::during(const std::function<int()> &alert, const Act &act)
+/// Answers what `alert` answers when `act` is done to the box that it shows.
+int during(const std::function<int()> &alert, const Act &act)
 {
     bool hasActed = false;
     QTimer timer;
@@ -78,7 +55,7 @@ int QFAlertTest::during(const std::function<int()> &alert, const Act &act)
     return hasActed ? answer : -1;
 }
 
-QFAlertTest::Act QFAlertTest::click(const QString &title)
+Act click(const QString &title)
 {
     return [title](QMessageBox &box) {
         for (QAbstractButton *button : box.buttons()) {
@@ -89,7 +66,7 @@ QFAlertTest::Act QFAlertTest::click(const QString &title)
     };
 }
 
-QStringList QFAlertTest::titles(const QMessageBox &box)
+QStringList titles(const QMessageBox &box)
 {
     QStringList titles;
     for (const QAbstractButton *button : box.buttons())
@@ -97,6 +74,8 @@ QStringList QFAlertTest::titles(const QMessageBox &box)
     titles.sort();
     return titles;
 }
+
+} // namespace
 
 void QFAlertTest::initTestCase()
 {
@@ -203,13 +182,6 @@ void QFAlertTest::needsTheMainThread()
     int answer = -1;
     std::thread([&] { answer = one(); }).join();
     QCOMPARE(answer, 0);
-}
-
-void QFAlertTest::emptyPageError()
-{
-    const QFPageError error;
-    QCOMPARE(error.level(), 0);
-    QVERIFY(error.reason().isNull());
 }
 
 QTEST_MAIN(QFAlertTest)

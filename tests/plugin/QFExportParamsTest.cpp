@@ -1,6 +1,5 @@
 #include "plugin/QFExportParams.h"
-
-#include <QTest>
+#include "tests/Rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -18,20 +17,12 @@ private Q_SLOTS:
 
 void QFExportParamsTest::looksUpByKey()
 {
-    const QVariantMap map{{u"mode"_s, u"a"_s},
-                          {u"name"_s, u"b"_s},
-                          {u"FilenameExt"_s, u"c"_s},
-                          {u"title"_s, u"d"_s},
-                          {u"path"_s, u"e"_s},
-                          {u"location"_s, u"f"_s},
-                          {u"filesfoldername"_s, u"g"_s},
-                          {u"imagesfoldername"_s, u"h"_s},
-                          {u"assetsfoldername"_s, u"i"_s},
-                          {u"attributes"_s, 1},
-                          {u"index"_s, u"j"_s},
-                          {u"themecommonpath"_s, u"k"_s},
-                          {u"plugincommonpath"_s, u"l"_s},
-                          {u"base"_s, u"m"_s}};
+    QVariantMap map{{u"attributes"_s, 1}};
+    char16_t value = u'a';
+    for (const QString &key : {u"mode"_s, u"name"_s, u"FilenameExt"_s, u"title"_s, u"path"_s, u"location"_s,
+                               u"filesfoldername"_s, u"imagesfoldername"_s, u"assetsfoldername"_s, u"index"_s,
+                               u"themecommonpath"_s, u"plugincommonpath"_s, u"base"_s})
+        map.insert(key, QString(QChar(value++)));
     const QFExportParams params(map);
     QCOMPARE(params.exportMode() + params.exportFilename() + params.exportFilenameExtension() +
                  params.exportPageTitle() + params.exportPagePath() + params.exportPageLocation() +
@@ -47,14 +38,13 @@ void QFExportParamsTest::looksUpByKey()
 
 void QFExportParamsTest::tellsModes_data()
 {
-    QTest::addColumn<QVariant>("mode");
-    QTest::addColumn<int>("which"); // bits: preview, export, publish
-    QTest::newRow("preview") << QVariant(u"preview"_s) << 1;
-    QTest::newRow("export") << QVariant(u"export"_s) << 2;
-    QTest::newRow("publish") << QVariant(u"publish"_s) << 4;
-    QTest::newRow("capitalised") << QVariant(u"Preview"_s) << 0;
-    QTest::newRow("missing") << QVariant() << 0;
-    QTest::newRow("number") << QVariant(1) << 0;
+    const Rows<QVariant, int> row({"mode", "which"}); // bits of which: preview, export, publish
+    row("preview", u"preview"_s, 1);
+    row("export", u"export"_s, 2);
+    row("publish", u"publish"_s, 4);
+    row("capitalised", u"Preview"_s, 0);
+    row("missing", {}, 0);
+    row("number", 1, 0);
 }
 
 void QFExportParamsTest::tellsModes()
@@ -69,13 +59,12 @@ void QFExportParamsTest::tellsModes()
 
 void QFExportParamsTest::readsBooleansOnly_data()
 {
-    QTest::addColumn<QVariant>("value");
-    QTest::addColumn<bool>("truth");
-    QTest::newRow("true") << QVariant(true) << true;
-    QTest::newRow("text of a number") << QVariant(u"1"_s) << true;
-    QTest::newRow("text that denies") << QVariant(u"NO"_s) << false;
-    QTest::newRow("missing") << QVariant() << false;
-    QTest::newRow("list") << QVariant(QVariantList{true}) << false;
+    const Rows<QVariant, bool> row({"value", "truth"});
+    row("true", true, true);
+    row("text of a number", u"1"_s, true);
+    row("text that denies", u"NO"_s, false);
+    row("missing", {}, false);
+    row("list", QVariantList{true}, false);
 }
 
 void QFExportParamsTest::readsBooleansOnly()

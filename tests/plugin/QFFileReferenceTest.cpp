@@ -1,7 +1,5 @@
 #include "plugin/QFFileReference.h"
 
-#include "platform/NSKeyedArchiver.h"
-#include "platform/NSKeyedUnarchiver.h"
 #include "tests/platform/ArchiveTestData.h"
 
 #include <QDir>
@@ -78,8 +76,7 @@ void QFFileReferenceTest::isArchivedInSequence()
     const auto bare = std::make_shared<QFFileReference>();
     const QVariantList all{QVariant::fromValue(reference), QVariant::fromValue(bare),
                            QVariant::fromValue(reference)};
-    const QVariantList back =
-        NSKeyedUnarchiver::unarchiveObjectWithData(NSKeyedArchiver::archivedDataWithRootObject(all)).toList();
+    const QVariantList back = thereAndBack(all);
     QCOMPARE(back.size(), 3);
     const auto first = back[0].value<QFFileReferencePtr>();
     QVERIFY2(first && first == back[2].value<QFFileReferencePtr>(), "one object stays one");

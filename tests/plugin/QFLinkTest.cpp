@@ -1,9 +1,7 @@
 #include "plugin/QFLink.h"
-#include "platform/NSKeyedArchiver.h"
 #include "platform/NSKeyedUnarchiver.h"
+#include "tests/Rows.h"
 #include "tests/platform/ArchiveTestData.h"
-
-#include <QTest>
 
 class QFLinkTest : public QObject
 {
@@ -17,12 +15,6 @@ private Q_SLOTS:
 };
 
 namespace {
-
-QFLinkPtr thereAndBack(const QFLinkPtr &link)
-{
-    const QByteArray archive = NSKeyedArchiver::archivedDataWithRootObject(QVariant::fromValue(link));
-    return NSKeyedUnarchiver::unarchiveObjectWithData(archive).value<QFLinkPtr>();
-}
 
 /// All strings in the order in which they are archived, nil kept apart from empty.
 QStringList strings(const QFLink &link)
@@ -68,12 +60,12 @@ void QFLinkTest::isArchivedFieldByField()
 
 void QFLinkTest::readsMissingAndWrongFieldsAsNil_data()
 {
-    QTest::addColumn<QVariantMap>("entries");
+    const Rows<QVariantMap> row({"entries"});
     QVariantMap wrong{{u"internal"_s, u"YES"_s}, {u"asset"_s, at(3)}};
     for (const auto *key : {"href", "anchor", "name", "target", "title", "rel", "subpageID"})
         wrong.insert(QString::fromLatin1(key), at(3));
-    QTest::newRow("missing") << QVariantMap();
-    QTest::newRow("wrong types") << wrong;
+    row("missing", {});
+    row("wrong types", wrong);
 }
 
 void QFLinkTest::readsMissingAndWrongFieldsAsNil()

@@ -1,9 +1,9 @@
+#include "tests/Rows.h"
 #include "tests/plugin/SamplePlugin.h"
 
 #include "platform/NSUserDefaults.h"
 
 #include <QTemporaryDir>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -22,7 +22,6 @@ private Q_SLOTS:
     void changesItsOwnEntryOnly();
     void replacesWhatIsNoDictionary();
     void needsNamesOfItselfAndOfTheHost();
-    void keepsTheOldFileWhenItCannotStore_data();
     void keepsTheOldFileWhenItCannotStore();
     void keepsEntriesOfOtherProcesses();
 
@@ -107,22 +106,17 @@ void QFPluginDefaultsTest::needsNamesOfItselfAndOfTheHost()
     QVERIFY(QFile::exists(_folder->filePath(u"org.example.host.plist"_s)));
 }
 
-void QFPluginDefaultsTest::keepsTheOldFileWhenItCannotStore_data()
-{
-    QTest::addColumn<QVariant>("defaults");
-    QTest::newRow("no property list") << QVariant(QVariantMap{{u"x"_s, QVariant::fromValue(this)}});
-    QTest::newRow("no dictionary") << QVariant(u"text"_s);
-}
-
 void QFPluginDefaultsTest::keepsTheOldFileWhenItCannotStore()
 {
-    QFETCH(QVariant, defaults);
-    const QVariantMap domain{{u"Plugins"_s, QVariantMap{{u"Notes"_s, someDefaults}}}};
-    store(domain);
-    QTest::ignoreMessage(QtWarningMsg, "Failed to save plugin defaults for Notes");
-    _plugin.setPluginDefaults(defaults);
-    QCOMPARE(stored(), domain);
-    QCOMPARE(_plugin.pluginDefaults(), someDefaults);
+    for (const QVariant &defaults :
+         {QVariant(QVariantMap{{u"x"_s, QVariant::fromValue(this)}}), QVariant(u"text"_s)}) {
+        const QVariantMap domain{{u"Plugins"_s, QVariantMap{{u"Notes"_s, someDefaults}}}};
+        store(domain);
+        QTest::ignoreMessage(QtWarningMsg, "Failed to save plugin defaults for Notes");
+        _plugin.setPluginDefaults(defaults);
+        QCOMPARE(stored(), domain);
+        QCOMPARE(_plugin.pluginDefaults(), someDefaults);
+    }
 }
 
 void QFPluginDefaultsTest::keepsEntriesOfOtherProcesses()

@@ -1,3 +1,4 @@
+#include "tests/Files.h"
 #include "tests/plugin/SamplePlugin.h"
 
 #include "platform/Formatting.h"
@@ -112,9 +113,7 @@ void QFPluginFoldersTest::refusesLongTemporaryPaths()
 void QFPluginFoldersTest::leavesWhatIsInTheWay()
 {
     const QString path = _folder->filePath(u"file"_s);
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("kept") == 4);
-    file.close();
+    QVERIFY(write(path, "kept"));
     QTest::failOnWarning(QRegularExpression(u".*"_s));
     _kind._createFolder(path);
     QCOMPARE(QFileInfo(path).size(), 4);
@@ -145,8 +144,7 @@ void QFPluginFoldersTest::listsFolders()
     const QString folder = _folder->path();
     QVERIFY(plugin.directoryContents(folder).isEmpty());
     QVERIFY(QDir(folder).mkdir(u"a"_s) && QFile::link(u"none"_s, folder + u"/link"_s));
-    QFile hidden(folder + u"/.b"_s);
-    QVERIFY(hidden.open(QIODevice::WriteOnly));
+    QVERIFY(write(folder + u"/.b"_s, ""));
     const QByteArray undecodable = QFile::encodeName(folder) + "/raw\xFF";
     QCOMPARE(::mkfifo(undecodable.constData(), 0600), 0);
     const auto removal = qScopeGuard([&] { ::unlink(undecodable.constData()); }); // Qt could not
@@ -155,7 +153,7 @@ void QFPluginFoldersTest::listsFolders()
     QStringList contents = plugin.directoryContents(folder + u'/');
     contents.sort();
     QCOMPARE(contents, (QStringList{folder + u"/.b"_s, folder + u"/a"_s, folder + u"/link"_s}));
-    for (const QString &missing : {folder + u"/none"_s, QString(), hidden.fileName(), u"/tmp\0x"_s})
+    for (const QString &missing : {folder + u"/none"_s, QString(), folder + u"/.b"_s, u"/tmp\0x"_s})
         QVERIFY(plugin.directoryContents(missing).isEmpty());
 }
 

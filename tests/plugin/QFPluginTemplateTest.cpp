@@ -1,8 +1,7 @@
 #include "plugin/QFAbstractPlugin.h"
 
 #include "export/CVHTML.h"
-
-#include <QTest>
+#include "tests/Rows.h"
 
 using namespace Qt::StringLiterals;
 
@@ -64,15 +63,8 @@ const QString plainHead = sheet(u"../../styles.css"_s) + script(u"../../javascri
 
 void QFPluginTemplateTest::addressesThemeFiles_data()
 {
-    QTest::addColumn<QString>("flags");
-    QTest::addColumn<QVariant>("common");
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<int>("correction");
-    QTest::addColumn<QString>("address");
-    const auto row = [](const char *name, const QString &flags, const QVariant &common, const QString &file,
-                        int correction, const QString &address) {
-        QTest::newRow(name) << flags << common << file << correction << address;
-    };
+    const Rows<QString, QVariant, QString, int, QString> row(
+        {"flags", "common", "file", "correction", "address"});
     const QString css = u"styles.css"_s;
     row("no flag ignores the common path", u""_s, u"theme"_s, css, 2, u"../../styles.css"_s);
     row("negative correction", u""_s, u"theme"_s, css, -2, css);
@@ -135,16 +127,13 @@ void QFPluginTemplateTest::writesHeadInOrder()
 
 void QFPluginTemplateTest::namesFilesByStyle_data()
 {
-    QTest::addColumn<QVariant>("mode");
-    QTest::addColumn<QVariant>("style");
-    QTest::addColumn<QString>("file");
-    QTest::addColumn<QString>("linked");
-    QTest::newRow("absent mode") << QVariant() << QVariant(u"Dé"_s) << u"a.b.css"_s << u"a.b-d00e9.css"_s;
-    QTest::newRow("mode as text") << QVariant(u"0x"_s) << QVariant(u"D"_s) << u"a"_s << u"a-d"_s;
-    QTest::newRow("no style") << QVariant(0) << QVariant() << u"a.css"_s << u"a-.css"_s;
-    QTest::newRow("hidden file") << QVariant(0) << QVariant(u"D"_s) << u".css"_s << u".css-d"_s;
-    QTest::newRow("other mode") << QVariant(2) << QVariant(u"D"_s) << u"a.css"_s << u"a.css"_s;
-    QTest::newRow("other mode as text") << QVariant(u"1 "_s) << QVariant(u"D"_s) << u"a.css"_s << u"a.css"_s;
+    const Rows<QVariant, QVariant, QString, QString> row({"mode", "style", "file", "linked"});
+    row("absent mode", {}, u"Dé"_s, u"a.b.css"_s, u"a.b-d00e9.css"_s);
+    row("mode as text", u"0x"_s, u"D"_s, u"a"_s, u"a-d"_s);
+    row("no style", 0, {}, u"a.css"_s, u"a-.css"_s);
+    row("hidden file", 0, u"D"_s, u".css"_s, u".css-d"_s);
+    row("other mode", 2, u"D"_s, u"a.css"_s, u"a.css"_s);
+    row("other mode as text", u"1 "_s, u"D"_s, u"a.css"_s, u"a.css"_s);
 }
 
 void QFPluginTemplateTest::namesFilesByStyle()
@@ -179,12 +168,11 @@ void QFPluginTemplateTest::takesNothingFromOddParams()
 
 void QFPluginTemplateTest::replacesPlaceholders_data()
 {
-    QTest::addColumn<QString>("page");
-    QTest::addColumn<QString>("filled");
-    QTest::newRow("none") << u"<p>%plugin_page%"_s << u"<p>%plugin_page%"_s;
-    QTest::newRow("two") << u"a%plugin_page_style_sheets%%PLUGIN_PAGE_Style_sheets%b"_s
-                         << u'a' + plainHead + plainHead + u'b';
-    QTest::newRow("nil") << QString() << QString();
+    const Rows<QString, QString> row({"page", "filled"});
+    row("none", u"<p>%plugin_page%"_s, u"<p>%plugin_page%"_s);
+    row("two", u"a%plugin_page_style_sheets%%PLUGIN_PAGE_Style_sheets%b"_s,
+        u'a' + plainHead + plainHead + u'b');
+    row("nil", {}, {});
 }
 
 void QFPluginTemplateTest::replacesPlaceholders()
@@ -221,8 +209,9 @@ void QFPluginTemplateTest::preparesExporters()
 void QFPluginTemplateTest::makesSubpageRecords()
 {
     const QString n = u"n"_s;
-    const QByteArray bytes("x");
     const QVariantMap nameOnly{{u"name"_s, n}};
+    const QByteArray bytes("x");
+    const QVariantMap withData{{u"name"_s, n}, {u"contentdata"_s, bytes}};
     QCOMPARE(QFAbstractPlugin::contentOnlySubpageWithHTML({}, n), nameOnly);
     QCOMPARE(QFAbstractPlugin::contentOnlySubpageWithHTML(u""_s, n),
              (QVariantMap{{u"name"_s, n}, {u"substitutions"_s, QVariantMap{{u"content"_s, u""_s}}}}));
@@ -230,12 +219,10 @@ void QFPluginTemplateTest::makesSubpageRecords()
     QCOMPARE(QFAbstractPlugin::contentOnlySubpageWithEntireHTML(u"<p>"_s, {}),
              (QVariantMap{{u"entirehtml"_s, u"<p>"_s}}));
     QCOMPARE(QFAbstractPlugin::contentOnlySubpageWithData({}, n), nameOnly);
-    QCOMPARE(QFAbstractPlugin::contentOnlySubpageWithData(bytes, n),
-             (QVariantMap{{u"name"_s, n}, {u"contentdata"_s, bytes}}));
+    QCOMPARE(QFAbstractPlugin::contentOnlySubpageWithData(bytes, n), withData);
+    QCOMPARE(QFAbstractPlugin::customSubpageWithData(bytes, n, {}), withData);
     QCOMPARE(QFAbstractPlugin::customSubpageWithData({}, {}, u"d"_s),
              (QVariantMap{{u"destination"_s, u"d"_s}}));
-    QCOMPARE(QFAbstractPlugin::customSubpageWithData(bytes, n, {}),
-             (QVariantMap{{u"name"_s, n}, {u"contentdata"_s, bytes}}));
 }
 
 QTEST_APPLESS_MAIN(QFPluginTemplateTest)

@@ -1,3 +1,4 @@
+#include "tests/Rows.h"
 #include "tests/plugins/SmallSite.h"
 
 /// Pages from HTML files: what is taken over, and where its links lead.
@@ -36,8 +37,7 @@ QString made(const QByteArray &HTML)
     SmallSite site;
     addTargets(site);
     site.write(u"page.html"_s, HTML);
-    ModulePage page(site);
-    page.set({{u"source"_s, u"page.html"_s}});
+    ModulePage page(site, u"page.html"_s);
     page.problemsWhileMaking(site.params());
     return page.content;
 }
@@ -46,11 +46,7 @@ QString made(const QByteArray &HTML)
 
 void HTMLPagePluginTest::addressesInMarkup_data()
 {
-    QTest::addColumn<QByteArray>("HTML");
-    QTest::addColumn<QString>("content");
-    const auto row = [](const char *name, const QByteArray &HTML, const QString &content) {
-        QTest::newRow(name) << HTML << content;
-    };
+    const Rows<QByteArray, QString> row({"HTML", "content"});
     row("page", "<a href=\"page:album\">x</a>", u"<a href=\"album.html\">x</a>"_s);
     row("anchor", "<a href='page:album#end' id=b>x</a>", u"<a href=\"album.html#end\" id=b>x</a>"_s);
     row("subpage", "<A HREF = page:album/pond>x</A>", u"<A HREF = \"album_files/pond.html\">x</A>"_s);
@@ -82,8 +78,7 @@ void HTMLPagePluginTest::reportsWhatIsNotThere()
     SmallSite site;
     addTargets(site);
     site.write(u"page.html"_s, "<a href=page:no><a href=page:album/no><img src=asset:no><a href=page:album>");
-    ModulePage page(site);
-    page.set({{u"source"_s, u"page.html"_s}});
+    ModulePage page(site, u"page.html"_s);
     QCOMPARE(page.problemsWhileMaking(site.params()), QStringList({u"link"_s, u"link"_s, u"link"_s}));
 }
 
@@ -120,8 +115,7 @@ void HTMLPagePluginTest::readsOtherEncodings()
     QCOMPARE(made(QByteArray("\xFF\xFE\xE9\0", 4)), u"é");
     SmallSite site;
     site.write(u"page.html"_s, "caf\xE9");
-    ModulePage page(site);
-    page.set({{u"source"_s, u"page.html"_s}});
+    ModulePage page(site, u"page.html"_s);
     QCOMPARE(page.problemsWhileMaking(site.params()), QStringList(u"source"_s));
     QCOMPARE(page.content, u"caf\uFFFD");
 }
@@ -131,8 +125,7 @@ void HTMLPagePluginTest::readsNothingOutsideTheSite()
     QFETCH(const QString, source);
     SmallSite site;
     site.linkOut(u"way-out"_s);
-    ModulePage page(site);
-    page.set({{u"source"_s, source}});
+    ModulePage page(site, source);
     QCOMPARE(page.problemsWhileMaking(site.params()), QStringList(u"source"_s));
     QCOMPARE(page.content, QString());
     QStringList files;
@@ -148,8 +141,7 @@ void HTMLPagePluginTest::survivesSettingsOfAnyType()
 {
     SmallSite site;
     site.write(u"page.html"_s, "x");
-    ModulePage page(site);
-    page.set({{u"source"_s, u"page.html"_s}});
+    ModulePage page(site, u"page.html"_s);
     for (int setting = 0; setting < 2; ++setting)
         QTest::ignoreMessage(QtWarningMsg, QRegularExpression(u"^Error applying plugin settings: "_s));
     page.set({{u"source"_s, QVariantList{1}}, {u"nonsense"_s, 1}});

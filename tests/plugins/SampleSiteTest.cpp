@@ -1,3 +1,5 @@
+#include "tests/Files.h"
+
 #include <QDir>
 #include <QDirIterator>
 #include <QImage>
@@ -22,9 +24,9 @@ private Q_SLOTS:
     void nothingIsFetchedFromElsewhere();
 
 private:
+    using See = std::function<void(const QHash<QString, QString> &, const QString &page)>;
     /// Calls back with the attributes of each element of the name, and the page that it stands on.
-    void forEach(const QString &element,
-                 const std::function<void(const QHash<QString, QString> &, const QString &page)> &see);
+    void forEach(const QString &element, const See &see);
 
     QTemporaryDir _folder;
     QHash<QString, QString> _pages; ///< text by path
@@ -44,9 +46,7 @@ QString target(const QString &address, const QString &page)
 
 } // namespace
 
-void SampleSiteTest::forEach(
-    const QString &element,
-    const std::function<void(const QHash<QString, QString> &, const QString &page)> &see)
+void SampleSiteTest::forEach(const QString &element, const See &see)
 {
     const QRegularExpression tag(u"<"_s + element + u"\\b([^>]*)>"_s);
     const QRegularExpression attribute(u"([a-z-]+)=\"([^\"]*)\""_s);
@@ -75,9 +75,8 @@ void SampleSiteTest::initTestCase()
     for (QDirIterator files(_folder.filePath(u"out"_s), {u"*.html"_s}, QDir::Files,
                             QDirIterator::Subdirectories);
          files.hasNext();) {
-        QFile file(files.next());
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        _pages.insert(file.fileName(), QString::fromUtf8(file.readAll()));
+        const QString file = files.next();
+        _pages.insert(file, QString::fromUtf8(contents(file)));
     }
     QVERIFY(_pages.size() > 20);
 }

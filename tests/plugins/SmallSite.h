@@ -4,10 +4,9 @@
 #include "platform/QFReport.h"
 #include "plugin/QFAbstractPlugin.h"
 #include "plugin/QFPluginClass.h"
+#include "tests/Files.h"
 #include "tests/host/SmallHost.h"
 
-#include <QDir>
-#include <QFile>
 #include <QPluginLoader>
 #include <QTemporaryDir>
 #include <QTest>
@@ -32,12 +31,7 @@ public:
     [[nodiscard]] QString path(const QString &name) const { return folder.path() + u'/' + name; }
     /// Path of a file that the page has written.
     [[nodiscard]] QString written(const QString &name) const { return path(u"out/page_files/"_s + name); }
-    void write(const QString &name, const QByteArray &bytes) const
-    {
-        QDir().mkpath(QFileInfo(path(name)).path());
-        QFile file(path(name));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size());
-    }
+    void write(const QString &name, const QByteArray &bytes) const { QVERIFY(::write(path(name), bytes)); }
     [[nodiscard]] QVariantMap params(const QVariantMap &others = {}) const
     {
         QVariantMap params{{u"location"_s, path(u"out"_s)},
@@ -56,9 +50,7 @@ public:
     /// A link to a folder outside the site, in which there is a file "secret".
     void linkOut(const QString &name) const
     {
-        QFile secret(outside.filePath(u"secret"_s));
-        QVERIFY(secret.open(QIODevice::WriteOnly) && secret.write("secret") > 0);
-        QVERIFY(QFile::link(outside.path(), path(name)));
+        QVERIFY(::write(outside.filePath(u"secret"_s), "secret") && QFile::link(outside.path(), path(name)));
     }
 
     QTemporaryDir folder;
@@ -69,7 +61,8 @@ public:
 class ModulePage
 {
 public:
-    explicit ModulePage(SmallSite &site)
+    /// Without a source it has no settings.
+    explicit ModulePage(SmallSite &site, const QString &source = {})
     {
         QPluginLoader loader(QStringLiteral(QF_MODULE));
         kind = dynamic_cast<QFPluginClass *>(loader.instance());
@@ -79,6 +72,8 @@ public:
         plugin->setUniqueID(u"page"_s);
         plugin->setDocument(&site);
         site.addPage(u"page"_s)->pagePlugin = plugin.get();
+        if (!source.isNull())
+            set({{u"source"_s, source}});
     }
 
     /// As a host hands settings over.

@@ -3,6 +3,7 @@
 #include "media/QFTextAttachment.h"
 #include "platform/NSKeyedArchiver.h"
 #include "platform/NSUserDefaults.h"
+#include "tests/Rows.h"
 #include "tests/plugins/SmallSite.h"
 
 #include <QImage>
@@ -102,8 +103,7 @@ void StyledTextPluginTest::letsTheHostRead()
 {
     ReadingSite site;
     site.write(u"text.md"_s, "anything");
-    ModulePage page(site);
-    page.set({{u"source"_s, u"text.md"_s}});
+    ModulePage page(site, u"text.md"_s);
     site.answer = QVariant::fromValue(NSAttributedString(u"From the host"_s));
     (void)page.problemsWhileMaking(site.params());
     QCOMPARE(page.content, u"From the host");
@@ -124,8 +124,7 @@ void StyledTextPluginTest::describesThePageByHowItBegins()
     text.append(u"<hr/>"_s, {{kQFTextViewIgnoreFormattingAttributeName, true}});
     text.append(u"Say \"yes\"\n\n\ufffcto "_s + u"longish "_s.repeated(40), {});
     site.answer = QVariant::fromValue(text.copy());
-    ModulePage page(site);
-    page.set({{u"source"_s, u"text"_s}});
+    ModulePage page(site, u"text"_s);
     (void)page.problemsWhileMaking(site.params());
     const QString headers = page.plugin->pageContentHeaders({}).toString();
     QVERIFY(
@@ -140,15 +139,12 @@ void StyledTextPluginTest::describesThePageByHowItBegins()
 
 void StyledTextPluginTest::linksItsStyleSheetFromAnyDepth_data()
 {
-    QTest::addColumn<QVariantMap>("params");
-    QTest::addColumn<int>("depth");
-    QTest::addColumn<QString>("address");
+    const Rows<QVariantMap, int, QString> row({"params", "depth", "address"});
     const QString common = u"plugincommonpath"_s;
-    QTest::newRow("root") << QVariantMap{{common, u"plugins/s"_s}} << 0 << u"plugins/s/styled-text.css"_s;
-    QTest::newRow("deeper") << QVariantMap{{common, u"plugins/s/"_s}} << 2
-                            << u"../../plugins/s/styled-text.css"_s;
-    QTest::newRow("absolute") << QVariantMap{{common, u"/w/plugins/s"_s}, {u"commonpathsabsolute"_s, true}}
-                              << 2 << u"/w/plugins/s/styled-text.css"_s;
+    row("root", {{common, u"plugins/s"_s}}, 0, u"plugins/s/styled-text.css"_s);
+    row("deeper", {{common, u"plugins/s/"_s}}, 2, u"../../plugins/s/styled-text.css"_s);
+    row("absolute", {{common, u"/w/plugins/s"_s}, {u"commonpathsabsolute"_s, true}}, 2,
+        u"/w/plugins/s/styled-text.css"_s);
 }
 
 void StyledTextPluginTest::linksItsStyleSheetFromAnyDepth()
@@ -180,8 +176,7 @@ void StyledTextPluginTest::writesShownSizesWhenAskedTo()
     NSMutableAttributedString text;
     text.append(u"\ufffc"_s, {{NSAttachmentAttributeName, QVariant::fromValue<NSTextAttachmentPtr>(shown)}});
     site.write(u"text"_s, archive(text.copy()));
-    ModulePage page(site);
-    page.set({{u"source"_s, u"text"_s}});
+    ModulePage page(site, u"text"_s);
     QVariant done;
     QVERIFY(QMetaObject::invokeMethod(page.plugin.get(), "normaliseImages", Q_RETURN_ARG(QVariant, done)));
     (void)page.problemsWhileMaking(site.params());
@@ -194,8 +189,7 @@ void StyledTextPluginTest::readsNothingOutsideTheSite()
     ReadingSite site;
     site.answer = QVariant::fromValue(NSAttributedString(u"Secret"_s));
     site.linkOut(u"way-out"_s);
-    ModulePage page(site);
-    page.set({{u"source"_s, source}});
+    ModulePage page(site, source);
     // The folder itself lies inside; it is the host that cannot read it.
     if (source.isEmpty())
         site.answer = {};

@@ -1,4 +1,5 @@
 #include "platform/NSBundle.h"
+#include "tests/Files.h"
 #include "text/QFCharacterConverter.h"
 #include "text/QFHTMLTextWriter.h"
 
@@ -38,19 +39,15 @@ void QFCharacterConverterResourceTest::copiesEverythingWhenTheResourceIsAFolder(
     QVERIFY(QFCharacterConverter::mappingTable().empty());
     QVERIFY(QDir().rmdir(resource()));
     // A record without white space behind its end is none, even as the only one.
-    QFile file(resource());
-    QVERIFY(file.open(QIODevice::WriteOnly) && file.write("eacute = 233 ;") > 0);
-    file.close();
+    QVERIFY(write(resource(), "eacute = 233 ;"));
     QVERIFY(QFCharacterConverter::mappingTable().empty());
 }
 
 void QFCharacterConverterResourceTest::keepsTheRecordsBeforeABrokenOne()
 {
-    QFile file(resource());
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    file.write("apos = 39 ;\nlt = 60 ;\n cr\t=\n13 ; first = 101 ; e = 101 ; astral = 128512 ;\n"
-               "areferencethatislongerthanashortone = 65535 ;\nbroken = x ;\neacute = 233 ;\n");
-    file.close();
+    QVERIFY(write(resource(),
+                  "apos = 39 ;\nlt = 60 ;\n cr\t=\n13 ; first = 101 ; e = 101 ; astral = 128512 ;\n"
+                  "areferencethatislongerthanashortone = 65535 ;\nbroken = x ;\neacute = 233 ;\n"));
     QCOMPARE(QFCharacterConverter::mappingTable().size(), size_t(6));
     // An apostrophe is no tag, the later record counts, and what lies behind the broken one is lost.
     QCOMPARE(QFCharacterConverter::encodeUnicodeForHTML(u"'<e\u00E9\uFFFF"_s, true),
@@ -64,7 +61,7 @@ void QFCharacterConverterResourceTest::keepsTheRecordsBeforeABrokenOne()
     writer.appendMarkup(u"\r\n");
     QCOMPARE(writer.take(), u"&cr;<br />&cr;<br /><br />"_s);
 
-    QVERIFY(file.remove());
+    QVERIFY(QFile::remove(resource()));
     QCOMPARE(QFCharacterConverter::mappingTable().size(), size_t(6));
 }
 

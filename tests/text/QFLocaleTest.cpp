@@ -1,11 +1,11 @@
 #include "text/QFLocale.h"
 
 #include "platform/NSUserDefaults.h"
+#include "tests/Rows.h"
 
 #include <QCoreApplication>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QTest>
 
 using namespace Qt::StringLiterals;
 
@@ -42,13 +42,12 @@ int printLanguage()
 
 void QFLocaleTest::findsTheUsersLanguage_data()
 {
-    QTest::addColumn<QVariant>("stored");
-    QTest::addColumn<QByteArray>("language");
-    QTest::newRow("first of a list") << QVariant(QStringList{u"pt-BR"_s, u"en"_s}) << QByteArray("pt-BR");
-    QTest::newRow("nothing") << QVariant(QStringList()) << QByteArray("en");
-    QTest::newRow("first is no string") << QVariant(QVariantList{1, u"de"_s}) << QByteArray("en");
-    QTest::newRow("first is empty") << QVariant(QStringList{u""_s, u"de"_s}) << QByteArray("en");
-    QTest::newRow("no list") << QVariant(u"de"_s) << QByteArray("en");
+    const Rows<QVariant, QByteArray> row({"stored", "language"});
+    row("first of a list", QStringList{u"pt-BR"_s, u"en"_s}, "pt-BR");
+    row("nothing", QStringList(), "en");
+    row("first is no string", QVariantList{1, u"de"_s}, "en");
+    row("first is empty", QStringList{u""_s, u"de"_s}, "en");
+    row("no list", u"de"_s, "en");
 }
 
 void QFLocaleTest::findsTheUsersLanguage()

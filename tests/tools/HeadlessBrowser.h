@@ -12,14 +12,13 @@
 #include <poll.h>
 #include <unistd.h>
 
+using namespace Qt::StringLiterals;
+
 /// A real browser with one page, spoken to through a pair of pipes.
 class HeadlessBrowser
 {
 public:
-    [[nodiscard]] static QString program()
-    {
-        return QStandardPaths::findExecutable(QStringLiteral("chromium"));
-    }
+    [[nodiscard]] static QString program() { return QStandardPaths::findExecutable(u"chromium"_s); }
 
     /// Keeps all its files in `folder`.
     explicit HeadlessBrowser(const QString &folder)
@@ -27,7 +26,7 @@ public:
         if (::pipe2(_to.data(), O_CLOEXEC) != 0 || ::pipe2(_from.data(), O_CLOEXEC) != 0)
             qFatal("no pipes");
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("HOME"), folder);
+        environment.insert(u"HOME"_s, folder);
         for (const char *name : {"XDG_CONFIG_HOME", "XDG_CACHE_HOME", "XDG_DATA_HOME"})
             environment.insert(QString::fromLatin1(name), folder);
         _process.setProcessEnvironment(environment);
@@ -38,18 +37,15 @@ public:
             ::dup2(in, 3);
             ::dup2(out, 4);
         });
-        _process.start(program(),
-                       QStringLiteral("--headless --no-sandbox --disable-gpu --disable-quic --no-first-run "
-                                      "--disable-background-networking --disable-component-update "
-                                      "--disable-sync --hide-scrollbars --remote-debugging-pipe")
-                               .split(u' ') +
-                           QStringList{QStringLiteral("--user-data-dir=") + folder});
-        const QJsonObject target =
-            call("Target.createTarget", {{QStringLiteral("url"), QStringLiteral("about:blank")}});
-        _session = call("Target.attachToTarget", {{QStringLiteral("targetId"), target.value(u"targetId")},
-                                                  {QStringLiteral("flatten"), true}})
-                       .value(u"sessionId")
-                       .toString();
+        _process.start(program(), u"--headless --no-sandbox --disable-gpu --disable-quic --no-first-run "
+                                  "--disable-background-networking --disable-component-update "
+                                  "--disable-sync --hide-scrollbars --remote-debugging-pipe"_s.split(u' ') +
+                                      QStringList{u"--user-data-dir="_s + folder});
+        const QJsonObject target = call("Target.createTarget", {{u"url"_s, u"about:blank"_s}});
+        _session =
+            call("Target.attachToTarget", {{u"targetId"_s, target.value(u"targetId")}, {u"flatten"_s, true}})
+                .value(u"sessionId")
+                .toString();
     }
     ~HeadlessBrowser()
     {
@@ -68,11 +64,10 @@ public:
     /// Sends a command to the page and answers its result; an empty one after an error or 30 s.
     QJsonObject call(const char *method, const QJsonObject &params)
     {
-        QJsonObject command{{QStringLiteral("id"), ++_count},
-                            {QStringLiteral("method"), QString::fromLatin1(method)},
-                            {QStringLiteral("params"), params}};
+        QJsonObject command{
+            {u"id"_s, ++_count}, {u"method"_s, QString::fromLatin1(method)}, {u"params"_s, params}};
         if (!_session.isNull())
-            command.insert(QStringLiteral("sessionId"), _session);
+            command.insert(u"sessionId"_s, _session);
         QByteArray bytes = QJsonDocument(command).toJson(QJsonDocument::Compact);
         bytes.append('\0');
         if (::write(_to.at(1), bytes.constData(), static_cast<size_t>(bytes.size())) != bytes.size())
@@ -83,13 +78,13 @@ public:
                 return message.value(u"result").toObject();
         }
     }
-    void open(const QString &address) { call("Page.navigate", {{QStringLiteral("url"), address}}); }
+    void open(const QString &address) { call("Page.navigate", {{u"url"_s, address}}); }
     /// What the page shows, the preview's own corner behind it.
     [[nodiscard]] QString text()
     {
-        const QString expression = QStringLiteral(
-            "document.body.innerText + (document.querySelector('qf-preview')?.shadowRoot.textContent ?? '')");
-        return call("Runtime.evaluate", {{QStringLiteral("expression"), expression}})
+        const QString expression =
+            u"document.body.innerText + (document.querySelector('qf-preview')?.shadowRoot.textContent ?? '')"_s;
+        return call("Runtime.evaluate", {{u"expression"_s, expression}})
             .value(u"result")
             .toObject()
             .value(u"value")

@@ -56,8 +56,6 @@ class QfSitesTest : public QObject
 
 private Q_SLOTS:
     void init();
-    void exitsAsTold_data();
-    void exitsAsTold();
     void buildsTheSameInAnyNumberOfProcesses();
     void losesOnlyPagesOfBadPlugins_data();
     void losesOnlyPagesOfBadPlugins();
@@ -72,7 +70,16 @@ private:
     {
         return QStringList{u"build"_s, maker->site(), u"-o"_s, maker->output()} + options;
     }
-    void writePages(int count) const;
+    /// Pages with files, links from each to the next, and a path that all want.
+    void writePages(int count) const
+    {
+        QStringList pages;
+        for (int i = 0; i < count; ++i)
+            pages.append(uR"({'id': 'p%1', *, 'settings': {'text': '%1', 'asks': 'p%2', 'files': {'f': '%1'},
+                'extras': [{'name': 'shared', 'data': '%1', 'destination': '/shared.txt'}]}})"_s.arg(i)
+                             .arg((i + 1) % count));
+        maker->writePages(pages.join(u','));
+    }
 
     std::optional<SiteMaker> maker;
 };
@@ -83,40 +90,6 @@ void QfSitesTest::init()
     maker->write(u"site/theme/theme.json"_s, "{}");
     maker->write(u"site/theme/template.html"_s, "%content%");
     maker->write(u"site/theme/styles.css"_s, "body {}");
-}
-
-/// Pages with files, links from each to the next, and a path that all want.
-void QfSitesTest::writePages(int count) const
-{
-    QStringList pages;
-    for (int i = 0; i < count; ++i)
-        pages.append(uR"({'id': 'p%1', *, 'settings': {'text': '%1', 'asks': 'p%2', 'files': {'f': '%1'},
-            'extras': [{'name': 'shared', 'data': '%1', 'destination': '/shared.txt'}]}})"_s.arg(i)
-                         .arg((i + 1) % count));
-    maker->writePages(pages.join(u','));
-}
-
-void QfSitesTest::exitsAsTold_data()
-{
-    addRows({"arguments", "code", "says"}, uR"(
-no site            | build                               | 2 | one site and an output folder are needed
-unknown mode       | build /none -o /none --mode draft   | 2 | --mode must be
-no time            | build /none -o /none --page-seconds 0 | 2 | --page-seconds must be
-two outputs        | build /none -o /none --json --report - | 2 | --json and --report -
-missing site       | build /none -o /none                | 1 | /none: there is no such folder
-nothing to check   | check                               | 2 | one site is needed
-not built          | check -o /none                      | 1 | /none: there is no built site
-)"_s);
-}
-
-void QfSitesTest::exitsAsTold()
-{
-    QFETCH(QString, arguments);
-    QFETCH(QString, says);
-    const Ended result = qf(arguments.split(u' '));
-    QTEST(QString::number(result.code), "code");
-    QVERIFY2(result.errors.startsWith(u"qf: "_s + says), qPrintable(result.errors));
-    QCOMPARE(result.output, QByteArray());
 }
 
 void QfSitesTest::buildsTheSameInAnyNumberOfProcesses()

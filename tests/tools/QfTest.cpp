@@ -1,3 +1,5 @@
+#include "tests/Files.h"
+#include "tests/Rows.h"
 #include "tests/codecs/ExifMaker.h"
 #include "tests/media/MovieMaker.h"
 
@@ -9,7 +11,6 @@
 #include <QJsonObject>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QTest>
 
 #include <array>
 
@@ -41,16 +42,9 @@ Ended qf(const QStringList &arguments, const QByteArray &input = {}, const QStri
     return {process.exitCode(), process.readAllStandardOutput(), process.readAllStandardError()};
 }
 
-QByteArray contents(const QString &path)
+QStringList words(const char *text)
 {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("(no such file)");
-}
-
-bool write(const QString &path, const QByteArray &bytes)
-{
-    QFile file(path);
-    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size();
+    return QString::fromUtf8(text).split(u' ', Qt::SkipEmptyParts);
 }
 
 } // namespace
@@ -81,54 +75,54 @@ private Q_SLOTS:
 
 void QfTest::exitsAsTold_data()
 {
-    QTest::addColumn<QStringList>("arguments");
-    QTest::addColumn<int>("code");
-    QTest::addColumn<QByteArray>("says");
-    const auto row = [](const QStringList &arguments, int code, const char *says) {
-        QTest::newRow(qPrintable(u"qf "_s + arguments.join(u' '))) << arguments << code << QByteArray(says);
-    };
-    row({}, 2, "qf: a command is needed");
-    row({u"--version"_s}, 0, "qf ");
-    row({u"--help"_s}, 0, "Usage: qf COMMAND");
-    row({u"nothing"_s}, 2, "qf: there is no command \"nothing\"");
-    for (const QString &command :
-         {u"export"_s, u"convert"_s, u"image"_s, u"metadata"_s, u"movie"_s, u"text"_s})
-        row({command, u"--help"_s}, 0, "Usage: qf ");
-    row({u"export"_s}, 2, "qf: one document is needed");
-    row({u"export"_s, u"--nonsense"_s, u"-"_s}, 2, "qf: Unknown option 'nonsense'.");
-    row({u"export"_s, u"/none.json"_s}, 1, "qf: /none.json: No such file");
-    row({u"export"_s, u"-"_s, u"--template"_s, u"/none.html"_s}, 1, "qf: /none.html: cannot be read");
-    row({u"export"_s, u"-"_s, u"--depth"_s, u"x"_s}, 2, "qf: --depth must be");
-    row({u"export"_s, u"-"_s, u"--default-font"_s, u"Arial"_s}, 2, "qf: --default-font must be");
-    row({u"export"_s, u"-"_s, u"--image-format"_s, u"BMP"_s}, 2, "qf: --image-format must be");
-    row({u"export"_s, u"-"_s, u"--json"_s}, 2, "qf: --json needs an output");
-    row({u"export"_s, u"-"_s, u"--report"_s, u"-"_s}, 2, "qf: --report - needs an output");
-    row({u"convert"_s, u"-"_s, u"-"_s, u"--report"_s, u"-"_s}, 2, "qf: --report - needs an output");
-    row({u"convert"_s, u"-"_s, u"o"_s, u"--json"_s, u"--report"_s, u"-"_s}, 2, "qf: --json and --report");
-    row({u"convert"_s, u"-"_s}, 2, "qf: a document and an output are needed");
-    row({u"image"_s, u"-"_s}, 2, "qf: two files are needed");
-    row({u"image"_s, u"-"_s, u"o"_s, u"--width"_s, u"wide"_s}, 2, "qf: --width, --height and --quality");
-    row({u"image"_s, u"-"_s, u"o"_s, u"--quality"_s, u"1e30"_s}, 2, "qf: --width, --height and --quality");
-    row({u"image"_s, u"-"_s, u"o"_s, u"--format"_s, u"PNG"_s}, 2, "qf: --format is one of");
-    row({u"image"_s, u"-"_s, u"o"_s, u"--attributes"_s, u"[]"_s}, 2, "qf: --attributes is neither");
-    row({u"metadata"_s}, 2, "qf: one file is needed; see qf metadata");
-    row({u"metadata"_s, u"/none.jpg"_s}, 1, "qf: /none.jpg: No such file");
-    row({u"metadata"_s, u"/"_s}, 1, "qf: /: is no picture");
-    row({u"movie"_s, u"-"_s}, 1, "qf: -: is no movie");
-    row({u"movie"_s, u"-"_s, u"--flatten"_s, u"x"_s}, 2, "qf: --flatten needs a named file");
-    row({u"text"_s, u"shout"_s}, 2, "qf: that is no operation");
-    row({u"text"_s, u"escape-xml"_s, u"--all"_s}, 2, "qf: that is no operation");
-    row({u"text"_s, u"encode"_s, u"x"_s}, 2, "qf: encode needs the number");
-    row({u"text"_s, u"md5"_s, u"--recursive"_s}, 2, "qf: --recursive belongs to replace");
-    row({u"text"_s, u"replace"_s, u"none.json"_s}, 1, "qf: none.json");
-    row({u"text"_s, u"encode"_s, u"0"_s}, 1, "qf: there is no character set 0");
+    const Rows<int, QByteArray> row({"code", "says"}); // a row's name is what follows `qf`
+    row("", 2, "qf: a command is needed");
+    row("--version", 0, "qf ");
+    row("--help", 0, "Usage: qf COMMAND");
+    row("nothing", 2, "qf: there is no command \"nothing\"");
+    for (const char *command : {"export", "convert", "image", "metadata", "movie", "text"})
+        row(qPrintable(QString::fromLatin1(command) + u" --help"_s), 0, "Usage: qf ");
+    row("export", 2, "qf: one document is needed");
+    row("export --nonsense -", 2, "qf: Unknown option 'nonsense'.");
+    row("export /none.json", 1, "qf: /none.json: No such file");
+    row("export - --template /none.html", 1, "qf: /none.html: cannot be read");
+    row("export - --depth x", 2, "qf: --depth must be");
+    row("export - --default-font Arial", 2, "qf: --default-font must be");
+    row("export - --image-format BMP", 2, "qf: --image-format must be");
+    row("export - --json", 2, "qf: --json needs an output");
+    row("export - --report -", 2, "qf: --report - needs an output");
+    row("convert - - --report -", 2, "qf: --report - needs an output");
+    row("convert - o --json --report -", 2, "qf: --json and --report");
+    row("convert -", 2, "qf: a document and an output are needed");
+    row("image -", 2, "qf: two files are needed");
+    row("image - o --width wide", 2, "qf: --width, --height and --quality");
+    row("image - o --quality 1e30", 2, "qf: --width, --height and --quality");
+    row("image - o --format PNG", 2, "qf: --format is one of");
+    row("image - o --attributes []", 2, "qf: --attributes is neither");
+    row("metadata", 2, "qf: one file is needed; see qf metadata");
+    row("metadata /none.jpg", 1, "qf: /none.jpg: No such file");
+    row("metadata /", 1, "qf: /: is no picture");
+    row("movie -", 1, "qf: -: is no movie");
+    row("movie - --flatten x", 2, "qf: --flatten needs a named file");
+    row("text shout", 2, "qf: that is no operation");
+    row("text escape-xml --all", 2, "qf: that is no operation");
+    row("text encode x", 2, "qf: encode needs the number");
+    row("text md5 --recursive", 2, "qf: --recursive belongs to replace");
+    row("text replace none.json", 1, "qf: none.json");
+    row("build", 2, "qf: one site and an output folder are needed");
+    row("build /none -o /none --mode draft", 2, "qf: --mode must be");
+    row("build /none -o /none --page-seconds 0", 2, "qf: --page-seconds must be");
+    row("build /none -o /none --json --report -", 2, "qf: --json and --report -");
+    row("build /none -o /none", 1, "qf: /none: there is no such folder");
+    row("check", 2, "qf: one site is needed");
+    row("check -o /none", 1, "qf: /none: there is no built site");
+    row("text encode 0", 1, "qf: there is no character set 0");
 }
 
 void QfTest::exitsAsTold()
 {
-    QFETCH(QStringList, arguments);
     QFETCH(QByteArray, says);
-    const Ended ended = qf(arguments);
+    const Ended ended = qf(words(QTest::currentDataTag()));
     QTEST(ended.code, "code");
     QVERIFY2((ended.output + ended.errors).startsWith(says), (ended.output + ended.errors).constData());
     QCOMPARE(ended.output.isEmpty(), ended.code != 0);
@@ -136,31 +130,26 @@ void QfTest::exitsAsTold()
 
 void QfTest::changesText_data()
 {
-    QTest::addColumn<QStringList>("operation");
-    QTest::addColumn<QByteArray>("input");
-    QTest::addColumn<QByteArray>("output");
-    const auto row = [](const QStringList &operation, const char *input, const QByteArray &output) {
-        QTest::newRow(qPrintable(operation.join(u' '))) << operation << QByteArray(input) << output;
-    };
-    row({u"escape-xml"_s}, "\xEF\xBB\xBF<&'\n", "\xEF\xBB\xBF&lt;&amp;&apos;\n");
-    row({u"escape-html-attribute"_s}, "\"é\"", "&quot;é&quot;");
-    row({u"escape-php"_s}, "it's \\", "it\\'s \\\\");
-    row({u"numeric"_s}, "a é", "a &#xe9;");
-    row({u"numeric"_s, u"--all"_s}, "ab", "&#x61;&#x62;");
-    row({u"entities"_s}, "<é>", "<&eacute;>");
-    row({u"entities"_s, u"--all"_s}, "<é>", "&lt;&eacute;&gt;");
-    row({u"encode"_s, u"0x0201"_s}, "é€", "\xE9&#8364;");
-    row({u"filename"_s}, "Café Menu", "caf00e9-menu");
-    row({u"valid-filename"_s}, "x?/a b.html", "true");
-    row({u"strip-separators"_s}, "a///b", "a/b");
-    row({u"crc"_s}, "123456789", "181989fc");
-    row({u"md5"_s}, "", "d41d8cd98f00b204e9800998ecf8427e");
-    row({u"encode"_s, u"1536"_s}, "é", "&#233;");
+    const Rows<QByteArray, QByteArray> row({"input", "output"}); // a row's name is the operation
+    row("escape-xml", "\xEF\xBB\xBF<&'\n", "\xEF\xBB\xBF&lt;&amp;&apos;\n");
+    row("escape-html-attribute", "\"é\"", "&quot;é&quot;");
+    row("escape-php", "it's \\", "it\\'s \\\\");
+    row("numeric", "a é", "a &#xe9;");
+    row("numeric --all", "ab", "&#x61;&#x62;");
+    row("entities", "<é>", "<&eacute;>");
+    row("entities --all", "<é>", "&lt;&eacute;&gt;");
+    row("encode 0x0201", "é€", "\xE9&#8364;");
+    row("filename", "Café Menu", "caf00e9-menu");
+    row("valid-filename", "x?/a b.html", "true");
+    row("strip-separators", "a///b", "a/b");
+    row("crc", "123456789", "181989fc");
+    row("md5", "", "d41d8cd98f00b204e9800998ecf8427e");
+    row("encode 1536", "é", "&#233;");
 }
 
 void QfTest::changesText()
 {
-    QFETCH(QStringList, operation);
+    const QStringList operation = words(QTest::currentDataTag());
     QFETCH(QByteArray, input);
     const Ended ended = qf(QStringList{u"text"_s} + operation, input);
     QTEST(ended.output, "output");
@@ -168,24 +157,22 @@ void QfTest::changesText()
     QCOMPARE(qf(QStringList{u"text"_s} + operation, "\xED\xA0\x80").code, 1); // no UTF-8
     const QTemporaryDir folder;
     QVERIFY(write(folder.filePath(u"map.json"_s), R"({"aa": "a"})"));
-    QCOMPARE(qf({u"text"_s, u"replace"_s, u"map.json"_s}, "xaaaa", folder.path()).output, QByteArray("xaaa"));
-    QCOMPARE(qf({u"text"_s, u"replace"_s, u"map.json"_s, u"--recursive"_s}, "xaaaa", folder.path()).output,
+    QCOMPARE(qf(words("text replace map.json"), "xaaaa", folder.path()).output, QByteArray("xaaa"));
+    QCOMPARE(qf(words("text replace map.json --recursive"), "xaaaa", folder.path()).output,
              QByteArray("xaa"));
-    const Ended denied = qf({u"text"_s, u"valid-filename"_s}, "a+b");
+    const Ended denied = qf(words("text valid-filename"), "a+b");
     QVERIFY(denied.output == "false" && denied.code == 0);
 }
 
 void QfTest::exportsWithOptions_data()
 {
-    QTest::addColumn<QStringList>("options");
-    QTest::addColumn<QByteArray>("html");
+    const Rows<QStringList, QByteArray> row({"options", "html"});
     const QByteArray colour = "<span style=\"font:14px Georgia, serif; color:#ff0000; \">a</span>";
-    QTest::newRow("none") << QStringList{} << colour;
-    QTest::newRow("upper case") << QStringList{u"--uppercase-colors"_s}
-                                << QByteArray(colour).replace("#ff0000", "#FF0000");
-    QTest::newRow("default font") << QStringList{u"--default-font"_s, u"Georgia,Georgia,14"_s}
-                                  << QByteArray("<span style=\"color:#ff0000; \">a</span>");
-    QTest::newRow("content tag") << QStringList{u"--content-tag"_s, u"x"_s} << colour;
+    row("none", {}, colour);
+    row("upper case", {u"--uppercase-colors"_s}, QByteArray(colour).replace("#ff0000", "#FF0000"));
+    row("default font", {u"--default-font"_s, u"Georgia,Georgia,14"_s},
+        "<span style=\"color:#ff0000; \">a</span>");
+    row("content tag", {u"--content-tag"_s, u"x"_s}, colour);
 }
 
 void QfTest::exportsWithOptions()
@@ -206,11 +193,9 @@ void QfTest::exportsFilesBesideThePage()
     QVERIFY(write(folder.filePath(u"page.html"_s), "<a>%body%</a>"));
     QVERIFY(write(folder.filePath(u"d.json"_s),
                   R"({"runs":[{"text":"\ufffc","attributes":{"NSAttachment":{"file":"note.txt"}}}]})"));
-    const QStringList options{u"export"_s,     u"d.json"_s,    u"--to"_s,           u"out/f"_s,
-                              u"--prefix"_s,   u"p"_s,         u"--files-folder"_s, u"f"_s,
-                              u"--template"_s, u"page.html"_s, u"--content-tag"_s,  u"body"_s,
-                              u"-o"_s,         u"o.html"_s,    u"--json"_s};
-    const Ended ended = qf(options, {}, folder.path());
+    const Ended ended = qf(words("export d.json --to out/f --prefix p --files-folder f --template page.html "
+                                 "--content-tag body -o o.html --json"),
+                           {}, folder.path());
     QCOMPARE(ended.code, 0);
     QCOMPARE(contents(folder.filePath(u"o.html"_s)), QByteArray("<a><a href=\"f/p_1.txt\">note</a></a>"));
     QCOMPARE(contents(folder.filePath(u"out/f/p_1.txt"_s)), QByteArray("bytes"));
@@ -243,7 +228,7 @@ void QfTest::reportsWhatIsLost()
 
 void QfTest::keepsHalvesOfPairs()
 {
-    QCOMPARE(qf({u"export"_s, u"-"_s}, "{\"runs\":[{\"text\":\"\\ud83da\\ud83d\\ude00\\ude00\"}]}").output,
+    QCOMPARE(qf(words("export -"), "{\"runs\":[{\"text\":\"\\ud83da\\ud83d\\ude00\\ude00\"}]}").output,
              QByteArray("&#55357;a\xF0\x9F\x98\x80&#56832;"));
 }
 
@@ -285,8 +270,8 @@ void QfTest::convertsThereAndBack()
 void QfTest::readsLongPipes()
 {
     const QByteArray text(3000000, 'a');
-    QCOMPARE(qf({u"export"_s, u"-"_s}, text).output, text);
-    QCOMPARE(qf({u"text"_s, u"escape-xml"_s}, text).output, text);
+    QCOMPARE(qf(words("export -"), text).output, text);
+    QCOMPARE(qf(words("text escape-xml"), text).output, text);
 }
 
 void QfTest::transformsPictures()
@@ -306,7 +291,7 @@ void QfTest::transformsPictures()
     QCOMPARE(contents(folder.filePath(u"out.gif"_s)).left(4), QByteArray("GIF8"));
     QVERIFY(!printed({u"--format"_s, u"BMPf"_s}).isEmpty());
     QCOMPARE(contents(folder.filePath(u"out.gif"_s)).left(2), QByteArray("BM"));
-    const Ended failed = qf({u"image"_s, u"-"_s, u"out.gif"_s}, "no picture", folder.path());
+    const Ended failed = qf(words("image - out.gif"), "no picture", folder.path());
     QCOMPARE(failed.code, 1);
     QCOMPARE(failed.output, QByteArray("{\"height\":0,\"status\":-50,\"width\":0}\n"));
 }
@@ -321,7 +306,7 @@ void QfTest::tellsMetadata()
                   {0x9209, ExifMaker::Short, 1, maker.number(0xFFFF, 2)}};
     QVERIFY(QImage(3, 2, QImage::Format_RGB32).save(folder.filePath(u"plain"_s), "JPEG"));
     const QByteArray photo = ExifMaker::inJPEG(contents(folder.filePath(u"plain"_s)), maker.made());
-    const Ended ended = qf({u"metadata"_s, u"-"_s}, photo);
+    const Ended ended = qf(words("metadata -"), photo);
     QCOMPARE(ended.code, 0);
     QCOMPARE(ended.output.simplified(),
              QByteArray(R"({ "Orientation": 6, "PixelHeight": 2, "PixelWidth": 3, "{Exif}": )"
@@ -333,7 +318,7 @@ void QfTest::tellsAndFlattensMovies()
 {
     const QTemporaryDir folder;
     QVERIFY(MovieMaker().write(folder.filePath(u"a.mov"_s)));
-    const Ended told = qf({u"movie"_s, u"-"_s}, contents(folder.filePath(u"a.mov"_s)));
+    const Ended told = qf(words("movie -"), contents(folder.filePath(u"a.mov"_s)));
     QCOMPARE(told.output, QByteArray("{\"height\":64,\"width\":96}\n"));
     const QStringList flatten{u"movie"_s, u"a.mov"_s, u"--flatten"_s};
     const Ended flattened = qf(flatten + QStringList{u"out/f"_s}, {}, folder.path());
@@ -347,10 +332,10 @@ void QfTest::tellsAndFlattensMovies()
 
 void QfTest::matchesGoldenFiles_data()
 {
-    QTest::addColumn<QString>("document");
+    const Rows<QString> row({"document"});
     const QDir folder(QStringLiteral(QF_GOLDEN));
     for (const QString &name : folder.entryList({u"*.md"_s, u"*.htm"_s, u"*.json"_s}, QDir::Files))
-        QTest::newRow(qPrintable(name)) << name;
+        row(qPrintable(name), name);
 }
 
 /// With QF_REFRESH_GOLDEN=1 in the environment a difference leaves a ".new" file beside the expected one, for

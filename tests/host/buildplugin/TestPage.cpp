@@ -2,6 +2,7 @@
 #include "platform/Values.h"
 #include "plugin/QFAbstractPlugin.h"
 #include "plugin/QFPluginClass.h"
+#include "tests/Files.h"
 
 #include <QDir>
 #include <QFile>
@@ -17,12 +18,6 @@
 using namespace Qt::StringLiterals;
 
 namespace {
-
-QByteArray contents(const QString &path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("none");
-}
 
 /// Records as settings hold them: "data" is the text of the content data.
 QVariantList extrasFrom(const QVariantList &settings)
