@@ -13,16 +13,14 @@ CapturedMessage::~CapturedMessage() = default;
 
 void CapturedMessage::replay(QObject *receiver, QVariant &answer) const
 {
-    answer = QVariant();
     if (!receiver)
         return;
-    const char *const className = receiver->metaObject()->className(); // it may be gone afterwards
     try {
         if (!replayOnObject(*receiver, answer)) [[unlikely]]
-            complain("is not answered by", className);
+            noteMissingAnswer(receiver->metaObject()->className());
     } catch (...) {
         answer = QVariant();
-        noteException(className);
+        noteException();
     }
 }
 
@@ -32,26 +30,26 @@ void CapturedMessage::replay(QVariant &receiver, QVariant &answer) const
         replay(object, answer);
         return;
     }
-    answer = QVariant();
     if (isNil(receiver))
         return;
     try {
         if (!replayOnValue(receiver, answer))
-            complain("is not answered by", receiver.typeName());
+            noteMissingAnswer(receiver.typeName());
     } catch (...) {
         answer = QVariant();
-        noteException(receiver.typeName());
+        noteException();
     }
 }
 
-void CapturedMessage::noteException(const char *receiver) const
-{
-    complain("threw an exception in", receiver);
-}
-
-void CapturedMessage::complain(const char *what, const char *receiver) const
+void CapturedMessage::noteException() const
 {
     logFailure(qfMessagingLog(), u"message"_s,
-               formatted(u"The message '%@' %@ %@", {QString::fromUtf8(description()),
-                                                     QString::fromUtf8(what), QString::fromUtf8(receiver)}));
+               formatted(u"The answer to '%@' threw an exception", {QString::fromUtf8(description())}));
+}
+
+void CapturedMessage::noteMissingAnswer(const char *receiver) const
+{
+    logFailure(qfMessagingLog(), u"message"_s,
+               formatted(u"%@ does not answer '%@'",
+                         {QString::fromUtf8(receiver), QString::fromUtf8(description())}));
 }

@@ -31,11 +31,10 @@ protected:
     [[nodiscard]] virtual bool replayOnObject(QObject &receiver, QVariant &answer) const = 0;
     [[nodiscard]] virtual bool replayOnValue(QVariant &receiver, QVariant &answer) const = 0;
 
-    /// Logs that the receiver threw.
-    void noteException(const char *receiver) const;
+    void noteException() const;
 
 private:
-    void complain(const char *what, const char *receiver) const;
+    void noteMissingAnswer(const char *receiver) const;
 };
 
 /// One whose answers have a type that is known. Meant for lists of receivers of one class: what is asked of

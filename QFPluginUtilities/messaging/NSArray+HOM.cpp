@@ -18,13 +18,16 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Replays on a copy of the element: copying shares what it holds, until a message changes it.
-void replayOnCopy(const CapturedMessage *message, QVariant element, QVariant &answer)
+/// Replays on the object that the element points to, or on a copy of the element, which shares what it holds
+/// until a message changes it.
+void replayOn(const CapturedMessage *message, const QVariant &element, QVariant &answer)
 {
-    if (message)
-        message->replay(element, answer);
-    else
-        answer = QVariant();
+    if (!message)
+        return;
+    if (QObject *const object = objectValue(element))
+        message->replay(object, answer);
+    else if (QVariant copy = element; copy.isValid())
+        message->replay(copy, answer);
 }
 
 /// Units of 32 bits, rounded up; what is too large, or infinite, is all ones.
@@ -109,11 +112,11 @@ QVariantList HOM::collect(const QVariantList &array, const CVMessage &message)
 {
     const QVariantList elements = array;
     const std::shared_ptr<const CapturedMessage> captured = message.captured();
-    QVariantList answers;
-    answers.reserve(elements.size());
+    QVariantList answers(elements.size());
+    auto answer = answers.begin();
     for (const QVariant &element : elements) {
-        replayOnCopy(captured.get(), element, answers.emplaceBack());
-        if (isNil(answers.constLast()))
+        replayOn(captured.get(), element, *answer);
+        if (isNil(*answer++))
             Implementation::throwNilAnswer();
     }
     return answers;
@@ -124,9 +127,9 @@ QVariantList HOM::select(const QVariantList &array, const CVMessage &message)
     const QVariantList elements = array;
     const std::shared_ptr<const CapturedMessage> captured = message.captured();
     QVariantList selected;
-    QVariant answer;
     for (const QVariant &element : elements) {
-        replayOnCopy(captured.get(), element, answer);
+        QVariant answer;
+        replayOn(captured.get(), element, answer);
         if (isTrue(answer))
             selected.append(element);
     }
@@ -140,7 +143,7 @@ void HOM::mutableReplacingCollect(const QVariantList &source, std::span<QVariant
     const std::shared_ptr<const CapturedMessage> captured = message.captured();
     const NSRange inside = clipped(range, std::min(elements.size(), qsizetype(newVector.size())));
     for (qsizetype i = inside.location; i < inside.end(); ++i)
-        replayOnCopy(captured.get(), elements[i], newVector[size_t(i)]);
+        replayOn(captured.get(), elements[i], newVector[size_t(i)] = QVariant());
 }
 
 QList<NSRange> HOM::parallelRanges(qsizetype count, unsigned processors)
@@ -182,9 +185,10 @@ QVariantList HOM::parallelCollect(const QVariantList &array, const CVMessage &me
         };
         const auto workElsewhere = [&crew, work] {
             QFReport report;
-            {
+            try {
                 const QFReport::Installed collecting(report);
                 work();
+            } catch (...) { // for want of memory: what is not filled is nil
             }
             crew.end(report);
         };

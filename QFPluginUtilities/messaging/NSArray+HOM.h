@@ -117,8 +117,8 @@ requires std::is_base_of_v<QObject, Receiver>
     const QList<Receiver *> receivers = array;
     const std::shared_ptr<const CapturedMessage> captured = message.captured();
     QList<Receiver *> selected;
-    QVariant answer;
     for (Receiver *const receiver : receivers) {
+        QVariant answer;
         if (captured)
             captured->replay(receiver, answer);
         if (isTrue(answer))

@@ -83,7 +83,7 @@ public:
             try {
                 return call(static_cast<Class &>(receiver));
             } catch (...) {
-                this->noteException(Class::staticMetaObject.className());
+                this->noteException();
             }
         }
         return Answer();
@@ -105,7 +105,6 @@ private:
     {
         if constexpr (std::is_void_v<Answer>) {
             call(receiver);
-            answer = QVariant();
         } else if constexpr (std::is_same_v<Answer, QVariant>) {
             answer = call(receiver);
         } else {

@@ -5,6 +5,7 @@
 #include <QMetaProperty>
 
 #include <algorithm>
+#include <memory>
 #include <optional>
 #include <tuple>
 
@@ -65,6 +66,9 @@ PreparedMessage::PreparedMessage(const QMetaObject &meta, const MessageAnswers &
     _call = own.d.static_metacall;
     if (_method.returnType() != QMetaType::Void)
         _answerType = _method.returnMetaType();
+    _answerKind = kindOfAnswer();
+    _mayAnswerGuarded = _answerKind == AnswerKind::AnyValue ||
+                        _answerType.flags().testFlag(QMetaType::TrackingPointerToQObject);
     layOutFrame();
 }
 
@@ -93,24 +97,39 @@ void PreparedMessage::layOutFrame()
     }
 }
 
+PreparedMessage::AnswerKind PreparedMessage::kindOfAnswer() const
+{
+    if (!_answerType.isValid())
+        return AnswerKind::Nothing;
+    if (isAnyValue(_answerType))
+        return AnswerKind::AnyValue;
+    return QVariant(_answerType).isValid() ? AnswerKind::Value : AnswerKind::Impossible;
+}
+
 void PreparedMessage::call(QObject *receiver, QVariant &answer) const
 {
     std::array<void *, size_t(maximumMessageArguments) + 1> frame; // NOLINT: filled as far as it is read
     std::copy_n(_frame.begin(), _arguments.size() + 1, frame.begin());
-    answer = QVariant();
-    if (isAnyValue(_answerType)) {
+    switch (_answerKind) {
+    case AnswerKind::Nothing:
+        break;
+    case AnswerKind::Value:
+        std::construct_at(&answer,
+                          _answerType); // it is nil, so nothing is lost; assigning takes twice as long
+        frame[0] = const_cast<void *>(answer.constData()); // NOLINT: nobody else has it
+        break;
+    case AnswerKind::AnyValue:
         frame[0] = &answer;
-    } else if (_answerType.isValid()) {
-        answer = QVariant(_answerType);
-        if (!answer.isValid())
-            return; // of a type that cannot be made beforehand
-        frame[0] = answer.data();
+        break;
+    case AnswerKind::Impossible:
+        return;
     }
     if (_call)
         _call(receiver, QMetaObject::InvokeMetaMethod, _methodIndex, frame.data());
     else
         QMetaObject::metacall(receiver, QMetaObject::InvokeMetaMethod, _method.methodIndex(), frame.data());
-    unguard(answer);
+    if (_mayAnswerGuarded)
+        unguard(answer);
 }
 
 void PreparedMessage::send(QObject *object, QVariant &answer) const

@@ -44,8 +44,8 @@ public:
     }
     [[nodiscard]] static bool isLasting(const QMetaObject &meta) { return meta.d.static_metacall != nullptr; }
 
-    /// Calls the method, or reads the property, and puts what it gives into `answer`, nil for nothing. Only
-    /// when it is answered. What the receiver throws comes out.
+    /// Calls the method, or reads the property, and puts what it gives into `answer`, which is nil before and
+    /// stays so for nothing. Only when it is answered. What the receiver throws comes out.
     void send(QObject *object, QVariant &answer) const;
     void sendToGadget(void *gadget, QVariant &answer) const;
 
@@ -53,8 +53,16 @@ public:
     static void forgetAll();
 
 private:
+    enum class AnswerKind : quint8 {
+        Nothing,
+        Value,
+        AnyValue,   ///< a QVariant
+        Impossible, ///< of a type that cannot be made beforehand
+    };
+
     void choose(const MessageAnswers &answers, const QVariantList &arguments);
     void layOutFrame();
+    [[nodiscard]] AnswerKind kindOfAnswer() const;
     void call(QObject *receiver, QVariant &answer) const;
 
     static std::atomic<quint32> theAge;
@@ -67,7 +75,9 @@ private:
     QMetaMethod _method;
     int _methodIndex = -1; ///< counted in the method's own class
     QMetaObject::Data::StaticMetacallFunction _call = nullptr;
-    QMetaType _answerType;                                            ///< invalid for none
+    QMetaType _answerType;
+    AnswerKind _answerKind = AnswerKind::Nothing;
+    bool _mayAnswerGuarded = false;                                   ///< a QPointer
     QVariantList _arguments;                                          ///< as the parameters want them
     std::array<void *, size_t(maximumMessageArguments) + 1> _frame{}; ///< 0 is for the answer
 };
