@@ -26,12 +26,13 @@ public:
     /// For people: the name, or the class that the member function is of.
     [[nodiscard]] virtual QByteArray description() const = 0;
 
+    /// Logs that a receiver threw.
+    void noteException() const;
+
 protected:
     /// False when the receiver does not answer the message. What it throws comes out.
     [[nodiscard]] virtual bool replayOnObject(QObject &receiver, QVariant &answer) const = 0;
     [[nodiscard]] virtual bool replayOnValue(QVariant &receiver, QVariant &answer) const = 0;
-
-    void noteException() const;
 
 private:
     void noteMissingAnswer(const char *receiver) const;
@@ -45,6 +46,6 @@ class ResultMessage : public CapturedMessage
 public:
     /// The class that receivers must be of; nullptr where they are no objects.
     [[nodiscard]] virtual const QMetaObject *receiverClass() const = 0;
-    /// Only for objects of that class. A receiver that throws is logged and gives an empty answer.
+    /// Only for objects of that class. What the receiver throws comes out.
     [[nodiscard]] virtual Answer answerOf(QObject &receiver) const = 0;
 };

@@ -69,6 +69,19 @@ bool isNilAnswer([[maybe_unused]] const Answer &answer)
         return false;
 }
 
+/// The answer of an object of the message's class; throws for nil.
+template <typename Answer>
+Answer answerOf(QObject &receiver, const ResultMessage<Answer> &message)
+{
+    try {
+        if (Answer answer = message.answerOf(receiver); !isNilAnswer(answer))
+            return answer;
+    } catch (...) {
+        message.noteException();
+    }
+    throwNilAnswer();
+}
+
 /// Throws when the answer is nil, or none of the type.
 template <typename Answer>
 Answer checked(const QVariant &answer)
@@ -96,9 +109,7 @@ requires std::is_base_of_v<QObject, Receiver>
     answers.reserve(receivers.size());
     for (Receiver *const receiver : receivers) {
         if (isForAll && receiver) {
-            answers.append(typed->answerOf(*receiver));
-            if (Implementation::isNilAnswer(answers.constLast()))
-                Implementation::throwNilAnswer();
+            answers.append(Implementation::answerOf(*receiver, *typed));
         } else {
             QVariant answer;
             if (captured)

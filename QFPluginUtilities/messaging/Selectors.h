@@ -31,6 +31,6 @@ void registerClass()
 
 /// The arguments, with numbers as all known methods of that name and number of arguments want them, where
 /// that loses nothing: what is converted here need not be converted for each class.
-[[nodiscard]] QVariantList widened(QByteArrayView name, const QVariantList &arguments);
+[[nodiscard]] QF_EXPORT QVariantList widened(QByteArrayView name, const QVariantList &arguments);
 
 } // namespace Selectors

@@ -79,14 +79,10 @@ public:
 
     [[nodiscard]] Answer answerOf(QObject &receiver) const override
     {
-        if constexpr (isForObjects) {
-            try {
-                return call(static_cast<Class &>(receiver));
-            } catch (...) {
-                this->noteException();
-            }
-        }
-        return Answer();
+        if constexpr (isForObjects)
+            return call(static_cast<Class &>(receiver));
+        else
+            Q_UNREACHABLE();
     }
 
 private:
