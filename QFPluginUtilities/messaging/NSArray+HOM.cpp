@@ -150,16 +150,12 @@ QList<NSRange> HOM::parallelRanges(qsizetype count, unsigned processors)
 {
     QList<NSRange> ranges;
     const float all = static_cast<float>(count);
-    const float chunk = all / static_cast<float>(processors); // infinite for 0
+    // Infinite for 0. More processors than any machine has would be pieces without number.
+    const float chunk = all / static_cast<float>(std::min(processors, 65536U));
     float x = 0;
     while (all > x) {
         const quint32 start = roundedUp(x);
-        const float next = x + chunk;
-        if (!(next > x)) { // so many processors that single precision stands still
-            ranges.append({start, count - start});
-            break;
-        }
-        x = next;
+        x += chunk;
         ranges.append({start, roundedUp(x) - start});
     }
     // Counts that single precision rounds down.
