@@ -89,11 +89,13 @@ private:
     template <typename Receiver>
     decltype(auto) call(Receiver &receiver) const
     {
-        return std::apply(
-            [&](const Arguments &...arguments) -> decltype(auto) {
-                return (receiver.*_member)(arguments...);
-            },
-            _arguments);
+        return callWith(receiver, std::index_sequence_for<Arguments...>());
+    }
+
+    template <typename Receiver, size_t... I>
+    decltype(auto) callWith(Receiver &receiver, std::index_sequence<I...> /*numbers*/) const
+    {
+        return (receiver.*_member)(std::get<I>(_arguments)...);
     }
 
     template <typename Receiver>

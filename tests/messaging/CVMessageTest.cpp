@@ -152,7 +152,7 @@ void CVMessageTest::sendsToRegisteredOperationsOfValues()
 }
 
 /// One of many classes, as far as can be told.
-class Costume : public QObject
+class Costume : public Drawing
 {
 public:
     Costume() : _meta(Drawing::staticMetaObject) {}
