@@ -110,7 +110,7 @@ bool HOM::isTrue(const QVariant &answer)
 
 QVariantList HOM::collect(const QVariantList &array, const CVMessage &message)
 {
-    const QVariantList elements = array;
+    const QVariantList elements = array; // NOLINT: messages may change the array
     const std::shared_ptr<const CapturedMessage> captured = message.captured();
     QVariantList answers(elements.size());
     auto answer = answers.begin();
@@ -124,7 +124,7 @@ QVariantList HOM::collect(const QVariantList &array, const CVMessage &message)
 
 QVariantList HOM::select(const QVariantList &array, const CVMessage &message)
 {
-    const QVariantList elements = array;
+    const QVariantList elements = array; // NOLINT: messages may change the array
     const std::shared_ptr<const CapturedMessage> captured = message.captured();
     QVariantList selected;
     for (const QVariant &element : elements) {
@@ -139,7 +139,7 @@ QVariantList HOM::select(const QVariantList &array, const CVMessage &message)
 void HOM::mutableReplacingCollect(const QVariantList &source, std::span<QVariant> newVector, NSRange range,
                                   const CVMessage &message)
 {
-    const QVariantList elements = source;
+    const QVariantList elements = source; // NOLINT: messages may change the array
     const std::shared_ptr<const CapturedMessage> captured = message.captured();
     const NSRange inside = clipped(range, std::min(elements.size(), qsizetype(newVector.size())));
     for (qsizetype i = inside.location; i < inside.end(); ++i)

@@ -84,8 +84,8 @@ QVariant widened(const QVariant &argument, int type)
 {
     if (type == QMetaType::UnknownType || argument.typeId() == type)
         return argument;
-    std::optional<RankedValue> wider = convertedTo(argument, QMetaType(type));
-    return wider && wider->rank == ConversionRank::Widening ? std::move(wider->value) : argument;
+    const std::optional<RankedValue> wider = convertedTo(argument, QMetaType(type));
+    return wider && wider->rank == ConversionRank::Widening ? wider->value : argument;
 }
 
 } // namespace
