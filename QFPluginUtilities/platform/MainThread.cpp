@@ -22,6 +22,8 @@ enum class State { Waits, Runs, Done, Dropped };
 
 struct Task
 {
+    explicit Task(std::function<void()> toDo) : work(std::move(toDo)) {}
+
     std::function<void()> work;
     State state = State::Waits; ///< guarded by the queue's lock
 };
