@@ -35,34 +35,40 @@ QString othersPreference()
     return u"OtherHTMLHandlers"_s;
 }
 
-/// The empty file for which programs are asked. Everybody can write in its folder, so it is only made where
-/// nothing stands, not even a link, and only removed while it is the one that was made.
+/// The empty file for which programs are asked. Everybody can write in its folder, so one that stands there
+/// already, be it a link, is only taken when it can be what another process of this user made for the same
+/// purpose: an empty file of the user's own with no other name. It is only removed while it is the one that
+/// was opened.
 class ProbeFile
 {
 public:
-    ProbeFile() : _fd(::open(path, O_CREAT | O_EXCL | O_NOFOLLOW | O_WRONLY | O_CLOEXEC, S_IRUSR | S_IWUSR))
+    ProbeFile()
+        : _fd(::open(path, O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_WRONLY | O_CLOEXEC, S_IRUSR | S_IWUSR))
     {
+        struct stat opened = {};
+        _isOurs = _fd >= 0 && ::fstat(_fd, &opened) == 0 && S_ISREG(opened.st_mode) && opened.st_size == 0 &&
+                  opened.st_uid == ::geteuid() && opened.st_nlink == 1;
     }
     ~ProbeFile()
     {
-        if (!isMade())
-            return;
         struct stat made = {};
         struct stat there = {};
-        if (::fstat(_fd, &made) == 0 && ::lstat(path, &there) == 0 && made.st_dev == there.st_dev &&
-            made.st_ino == there.st_ino)
+        if (_isOurs && ::fstat(_fd, &made) == 0 && ::lstat(path, &there) == 0 &&
+            made.st_dev == there.st_dev && made.st_ino == there.st_ino)
             ::unlink(path);
-        ::close(_fd);
+        if (_fd >= 0)
+            ::close(_fd);
     }
     ProbeFile(const ProbeFile &) = delete;
     ProbeFile &operator=(const ProbeFile &) = delete;
 
-    [[nodiscard]] bool isMade() const { return _fd >= 0; }
+    [[nodiscard]] bool isMade() const { return _isOurs; }
 
     static constexpr const char *path = "/tmp/qftmp.html";
 
 private:
     int _fd;
+    bool _isOurs = false;
 };
 
 NSMutableDictionaryPtr dictionaryOf(const NSMenuItem &item)

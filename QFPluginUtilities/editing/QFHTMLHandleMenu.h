@@ -40,8 +40,8 @@ public:
     static void discardMenu();
 
     /// File URLs of the desktop files of the programs for HTML, in the desktop's order. Empty also when the
-    /// probe file "/tmp/qftmp.html", which is there for as long as this takes, cannot be made; what stands
-    /// there already is left alone.
+    /// probe file "/tmp/qftmp.html", which is there for as long as this takes, cannot be made; what others
+    /// have put there is left alone.
     [[nodiscard]] static QList<QUrl> installedHTMLHandlers();
 
     /// Appends an item to the menu, if it has been made, whether or not there is one of that title. Nothing

@@ -26,4 +26,4 @@ struct RankedValue
 /// is never read as a number nor a number printed, and a URL is no string. Numbers are truncated toward zero
 /// and refused when out of range. Nil becomes an empty pointer, string or container, and is refused where a
 /// number is asked for. nullopt for what is refused.
-[[nodiscard]] std::optional<RankedValue> convertedTo(const QVariant &value, QMetaType type);
+[[nodiscard]] QF_EXPORT std::optional<RankedValue> convertedTo(const QVariant &value, QMetaType type);

@@ -1,6 +1,5 @@
 #include "platform/DynamicMessages.h"
 
-#include "platform/Conversions.h"
 #include "platform/QFReport.h"
 
 #include <QByteArray>
@@ -8,14 +7,10 @@
 #include <QMetaMethod>
 #include <QMetaProperty>
 #include <QObject>
-#include <QVarLengthArray>
 
 #include <algorithm>
-#include <array>
 #include <mutex>
-#include <optional>
 #include <shared_mutex>
-#include <tuple>
 
 using namespace Qt::StringLiterals;
 
@@ -59,18 +54,10 @@ struct ClassMark
     }
 };
 
-struct Answers
-{
-    QVarLengthArray<int, 4> methods; // subclass first
-    int property = -1;               // only when there is no method
-
-    [[nodiscard]] bool isEmpty() const { return methods.isEmpty() && property < 0; }
-};
-
 struct CacheEntry
 {
     ClassMark mark;
-    Answers answers;
+    MessageAnswers answers;
 };
 
 // Classes made at run time would make it grow without end.
@@ -84,8 +71,8 @@ struct Cache
 
 Cache &cache()
 {
-    static Cache shared;
-    return shared;
+    static auto *const shared = new Cache; // never destroyed: threads may still send while the process ends
+    return *shared;
 }
 
 bool answersMethod(const QMetaMethod &method, QByteArrayView name, qsizetype argumentCount)
@@ -99,7 +86,7 @@ bool answersProperty(const QMetaProperty &property, QByteArrayView name)
     return property.isValid() && property.isReadable() && QByteArrayView(property.name()) == name;
 }
 
-bool stillAnswers(const Answers &answers, const QMetaObject &meta, QByteArrayView name,
+bool stillAnswers(const MessageAnswers &answers, const QMetaObject &meta, QByteArrayView name,
                   qsizetype argumentCount)
 {
     return std::ranges::all_of(
@@ -108,9 +95,9 @@ bool stillAnswers(const Answers &answers, const QMetaObject &meta, QByteArrayVie
            (answers.property < 0 || answersProperty(meta.property(answers.property), name));
 }
 
-Answers findAnswers(const QMetaObject &meta, QByteArrayView name, qsizetype argumentCount)
+MessageAnswers findAnswers(const QMetaObject &meta, QByteArrayView name, qsizetype argumentCount)
 {
-    Answers answers;
+    MessageAnswers answers;
     for (int index = meta.methodCount() - 1; index >= 0; --index)
         if (answersMethod(meta.method(index), name, argumentCount))
             answers.methods.append(index);
@@ -122,8 +109,12 @@ Answers findAnswers(const QMetaObject &meta, QByteArrayView name, qsizetype argu
     return answers;
 }
 
-Answers answersOf(const QMetaObject &meta, QByteArrayView name, qsizetype argumentCount)
+} // namespace
+
+MessageAnswers messageAnswers(const QMetaObject &meta, QByteArrayView name, qsizetype argumentCount)
 {
+    if (name.isEmpty() || argumentCount > maximumMessageArguments)
+        return {};
     Cache &shared = cache();
     {
         const std::shared_lock lock(shared.mutex);
@@ -133,7 +124,7 @@ Answers answersOf(const QMetaObject &meta, QByteArrayView name, qsizetype argume
             stillAnswers(found->answers, meta, name, argumentCount))
             return found->answers;
     }
-    Answers answers = findAnswers(meta, name, argumentCount);
+    MessageAnswers answers = findAnswers(meta, name, argumentCount);
     const std::unique_lock lock(shared.mutex);
     if (shared.entries.size() >= maximumCacheEntries)
         shared.entries.clear();
@@ -141,98 +132,22 @@ Answers answersOf(const QMetaObject &meta, QByteArrayView name, qsizetype argume
     return answers;
 }
 
-// A method with its arguments as its parameters want them.
-struct Call
-{
-    QMetaMethod method;
-    QVariantList arguments;
-    ConversionRank worst = ConversionRank::Exact;
-    int sum = 0;
-
-    [[nodiscard]] bool isNearerThan(const Call &other) const
-    {
-        return std::tie(worst, sum) < std::tie(other.worst, other.sum);
-    }
-};
-
-std::optional<Call> prepared(const QMetaMethod &method, const QVariantList &arguments)
-{
-    Call call{method, {}, ConversionRank::Exact, 0};
-    for (qsizetype i = 0; i < arguments.size(); ++i) {
-        std::optional<RankedValue> argument =
-            convertedTo(arguments[i], method.parameterMetaType(static_cast<int>(i)));
-        if (!argument)
-            return std::nullopt;
-        call.worst = std::max(call.worst, argument->rank);
-        call.sum += static_cast<int>(argument->rank);
-        call.arguments.append(std::move(argument->value));
-    }
-    return call;
-}
-
-std::optional<Call> nearestCall(const QMetaObject &meta, const Answers &answers,
-                                const QVariantList &arguments)
-{
-    std::optional<Call> nearest;
-    for (const int index : answers.methods) {
-        std::optional<Call> call = prepared(meta.method(index), arguments);
-        if (call && (!nearest || call->isNearerThan(*nearest)))
-            nearest = std::move(call);
-    }
-    return nearest;
-}
-
-// Where the callee finds a value of `type`: a QVariant that is asked for is handed over itself.
-void *storage(QVariant &value, QMetaType type)
-{
-    return type == QMetaType::fromType<QVariant>() ? &value : value.data();
-}
-
-// A guarded pointer as the plain one, so that callers know one form of objects only.
-QVariant unguarded(QVariant answer)
-{
-    if (answer.metaType().flags().testFlag(QMetaType::TrackingPointerToQObject))
-        return QVariant::fromValue(answer.value<QObject *>());
-    return answer;
-}
-
-QVariant perform(QObject *object, Call &call)
-{
-    const QMetaType answerType = call.method.returnMetaType();
-    const bool hasAnswer = answerType.isValid() && answerType.id() != QMetaType::Void;
-    QVariant answer;
-    if (hasAnswer && answerType != QMetaType::fromType<QVariant>())
-        answer = QVariant(answerType);
-    if (hasAnswer && answerType != QMetaType::fromType<QVariant>() && !answer.isValid())
-        return {}; // an answer of a type that cannot be made beforehand
-    std::array<void *, maximumMessageArguments + 1> frame{};
-    frame[0] = hasAnswer ? storage(answer, answerType) : nullptr;
-    for (qsizetype i = 0; i < call.arguments.size(); ++i)
-        frame[static_cast<size_t>(i) + 1] =
-            storage(call.arguments[i], call.method.parameterMetaType(static_cast<int>(i)));
-    QMetaObject::metacall(object, QMetaObject::InvokeMetaMethod, call.method.methodIndex(), frame.data());
-    return unguarded(std::move(answer));
-}
-
-} // namespace
-
 bool respondsTo(const QObject *object, QByteArrayView name, qsizetype argumentCount)
 {
-    return object && !name.isEmpty() && argumentCount <= maximumMessageArguments &&
-           !answersOf(*object->metaObject(), name, argumentCount).isEmpty();
+    return object && !messageAnswers(*object->metaObject(), name, argumentCount).isEmpty();
 }
 
 QVariant send(QObject *object, QByteArrayView name, const QVariantList &arguments)
 {
-    if (!object || name.isEmpty() || arguments.size() > maximumMessageArguments)
+    if (!object)
         return {};
     try {
         const QMetaObject &meta = *object->metaObject();
-        const Answers answers = answersOf(meta, name, arguments.size());
-        if (answers.property >= 0)
-            return unguarded(meta.property(answers.property).read(object));
-        std::optional<Call> call = nearestCall(meta, answers, arguments);
-        return call ? perform(object, *call) : QVariant();
+        const PreparedMessage message(meta, messageAnswers(meta, name, arguments.size()), arguments);
+        QVariant answer;
+        if (message.isAnswered())
+            message.send(object, answer);
+        return answer;
     } catch (...) {
         reportLoss(u"exception"_s,
                    u"The answer to '"_s + QString::fromUtf8(name) + u"' threw an exception."_s);
@@ -245,4 +160,5 @@ void forgetMessageTables()
     Cache &shared = cache();
     const std::unique_lock lock(shared.mutex);
     shared.entries.clear();
+    PreparedMessage::forgetAll();
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "platform/PreparedMessage.h"
 #include "platform/QFExport.h"
 
 #include <QByteArrayView>
@@ -13,8 +14,6 @@ class QObject;
 // "tempFilesDirectoryForUniqueID". All functions may be called on any thread, the answer runs on the
 // caller's.
 
-inline constexpr qsizetype maximumMessageArguments = 10;
-
 /// Whether the object has an answer to the message, whatever the types of its parameters; false for nullptr.
 [[nodiscard]] QF_EXPORT bool respondsTo(const QObject *object, QByteArrayView name, qsizetype argumentCount);
 
@@ -23,6 +22,10 @@ inline constexpr qsizetype maximumMessageArguments = 10;
 /// also when no overload can take the arguments, or when it throws: no exception comes out of here. The
 /// object may be gone afterwards.
 QF_EXPORT QVariant send(QObject *object, QByteArrayView name, const QVariantList &arguments = {});
+
+/// What of the class, or of the gadget, answers the message.
+[[nodiscard]] MessageAnswers messageAnswers(const QMetaObject &meta, QByteArrayView name,
+                                            qsizetype argumentCount);
 
 /// Drops what is remembered of classes. Called before a plug-in is unloaded, so that another class in the
 /// same place of memory cannot be taken for one of its own.

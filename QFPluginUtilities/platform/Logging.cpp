@@ -12,6 +12,13 @@ const QLoggingCategory &qfTextLog()
     return category;
 }
 
+const QLoggingCategory &qfMessagingLog()
+{
+    // Never destroyed: threads may still log while the process ends.
+    static const auto *const category = new QLoggingCategory("qf.messaging");
+    return *category;
+}
+
 const QLoggingCategory &qfMediaLog()
 {
     static const QLoggingCategory category("qf.media");

@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QThread>
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <memory>
@@ -21,6 +22,8 @@ enum class State { Waits, Runs, Done, Dropped };
 
 struct Task
 {
+    explicit Task(std::function<void()> toDo) : work(std::move(toDo)) {}
+
     std::function<void()> work;
     State state = State::Waits; ///< guarded by the queue's lock
 };
@@ -41,6 +44,7 @@ struct Queue
     Receiver *receiver = nullptr;
     bool isClosed = false;
     const std::thread::id loader = std::this_thread::get_id();
+    std::atomic<QThread *> applicationThread = nullptr; ///< only compared; nullptr without an application
 };
 
 /// Never destroyed: threads may still wait while the process ends.
@@ -127,6 +131,7 @@ void applicationEnds()
             task->state = State::Dropped;
         queue().isClosed = true;
         receiver = std::exchange(queue().receiver, nullptr);
+        queue().applicationThread = nullptr;
         queue().changed.notify_all();
     }
     delete receiver;
@@ -135,10 +140,12 @@ void applicationEnds()
 void applicationStarts()
 {
     auto *receiver = new Receiver;
-    receiver->moveToThread(QCoreApplication::instance()->thread());
+    QThread *thread = QCoreApplication::instance()->thread(); // not this one, when it loads the library later
+    receiver->moveToThread(thread);
     qAddPostRoutine(applicationEnds);
     const std::lock_guard guard(queue().lock);
     queue().receiver = receiver;
+    queue().applicationThread = thread;
     queue().isClosed = false;
     wakeReceiver();
 }
@@ -163,9 +170,9 @@ void MainThread::StopFlag::raise()
 
 bool MainThread::isCurrent()
 {
-    const QCoreApplication *application = QCoreApplication::instance();
-    return application != nullptr ? QThread::currentThread() == application->thread()
-                                  : std::this_thread::get_id() == queue().loader;
+    const QThread *thread = queue().applicationThread;
+    return thread != nullptr ? QThread::currentThread() == thread
+                             : std::this_thread::get_id() == queue().loader;
 }
 
 void MainThread::post(std::function<void()> work)

@@ -168,6 +168,7 @@ bool QFFileWatcher::Data::addFile(const QString &path)
     const int error = queueError != 0 ? queueError : FileNotifications::shared().watch(file);
     if (error == 0)
         return add(file);
+    // The descriptor goes with `file`: left open, it would be lost with each refusal.
     logFailure(qfPluginLog(), u"file-watching"_s, formatted(u"QFFileWatcher: kevent: %d\n", {error}), path);
     return false;
 }

@@ -57,16 +57,18 @@ struct Window
     qint32 key = ReversedKeys::kNone;
 };
 
-/// Compares the text before and at `end`, the index of the window's last unit, with all keys at once. The
-/// shortest key that ends there is met.
+/// Compares the text before and at the window's last unit with all keys at once. The shortest key that ends
+/// there is met.
 template <typename Text>
-Window look(const Text &text, long end, const ReversedKeys &keys)
+Window look(const Text &text, const ReversedKeys::Stop &window, const ReversedKeys &keys)
 {
+    const auto end = long(window.window);
     const ReversedKeys::Unit &last = keys.unit(text[end]);
     if (last.node == ReversedKeys::kNone)
         return {last.shift};
-    ReversedKeys::Agreeing agreeing = keys.agreeingWith(last);
-    for (long depth = 1;; depth++) {
+    const bool isBegun = window.node != ReversedKeys::kNone;
+    ReversedKeys::Agreeing agreeing = keys.at(isBegun ? window.node : last.node);
+    for (long depth = isBegun ? long(keys.unitsBefore()) + 1 : 1;; depth++) {
         if (const qint32 whole = keys.wholeKey(agreeing, depth); whole != ReversedKeys::kNone)
             return {0, whole};
         if (depth > end) // nothing stands before the text, not even NUL
@@ -79,14 +81,16 @@ Window look(const Text &text, long end, const ReversedKeys &keys)
 
 /// The first window from `window` on that has to be looked at closely.
 template <typename Text>
-long skip(const Text &text, long window, const ReversedKeys &keys)
+ReversedKeys::Stop skip(const Text &text, long window, const ReversedKeys &keys)
 {
     if constexpr (requires { text.rest(); }) {
         const auto [units, start] = text.rest();
-        if (window - start >= keys.unitsBefore())
-            return start + long(keys.skip(units, window - start, text.length() - start));
+        if (window - start >= keys.unitsBefore()) {
+            const ReversedKeys::Stop stop = keys.skip(units, window - start, text.length() - start);
+            return {start + stop.window, stop.node};
+        }
     }
-    return window;
+    return {window};
 }
 
 } // namespace HorspoolFeng
@@ -111,7 +115,9 @@ long skip(const Text &text, long window, const ReversedKeys &keys)
 /// itself is stopped, with what it has made until then, and logged: after a million replacements and 64 for
 /// each unit of the text, or at 64 Mi units.
 ///
-/// Cost: linear in the text and in the keys' total length.
+/// Cost: linear in the keys' total length, and in the text where keys do not agree with it for long; at
+/// worst, as where the text consists of the end of a key, over and over, its length times that of the longest
+/// key.
 template <typename Text, typename Iterator>
 void StringReplaceHF(Text &text, [[maybe_unused]] long start, Iterator begin, Iterator end, bool recursive)
 {
@@ -133,11 +139,11 @@ void StringReplaceHF(Text &text, [[maybe_unused]] long start, Iterator begin, It
     HorspoolFeng::Bounds bounds(text.length());
     long length = text.length();
     for (long window = shortest; window < length;) {
-        window = HorspoolFeng::skip(text, window, keys);
-        if (window >= length)
+        const ReversedKeys::Stop stop = HorspoolFeng::skip(text, window, keys);
+        if (stop.window >= length)
             return;
-        const auto [advance, key] = HorspoolFeng::look(text, window, keys);
-        window += advance;
+        const auto [advance, key] = HorspoolFeng::look(text, stop, keys);
+        window = long(stop.window) + advance;
         if (key == ReversedKeys::kNone)
             continue;
         const auto matched = long(keys.key(key).size());

@@ -13,10 +13,14 @@ namespace {
 template <bool recursively>
 void replaceIn(QString &text, const QVariantMap &substrings)
 {
-    ReplacedText<recursively> replaced(text);
-    Sigil::StringReplaceHF(replaced, 0, CXXEnumerationIterator::beginEnumerator(substrings),
-                           CXXEnumerationIterator::endEnumerator(substrings), recursively);
-    text = replaced.take();
+    try {
+        ReplacedText<recursively> replaced(text);
+        Sigil::StringReplaceHF(replaced, 0, CXXEnumerationIterator::beginEnumerator(substrings),
+                               CXXEnumerationIterator::endEnumerator(substrings), recursively);
+        text = replaced.take();
+    } catch (...) { // values may add up to more than there is
+        logFailure(qfTextLog(), u"memory"_s, u"There is not enough memory to replace substrings"_s);
+    }
 }
 
 } // namespace

@@ -10,7 +10,8 @@
 namespace HorspoolPang {
 
 /// `substrings`: keys to the strings that replace them. The text is changed in place; it is left alone,
-/// without a copy, when nothing is found. Any thread.
+/// without a copy, when nothing is found, and also where there is not enough memory, which is logged. Any
+/// thread.
 QF_EXPORT void replaceSubstrings(QString &text, const QVariantMap &substrings);
 /// With `recursively`, inserted values are searched too.
 QF_EXPORT void replaceSubstrings(QString &text, const QVariantMap &substrings, bool recursively);

@@ -75,7 +75,7 @@ std::weak_ordering compareNumbers(const QVariant &a, const QVariant &b)
         return ordered(!std::isnan(x), !std::isnan(y));
     const std::weak_ordering order = ordered(x, y);
     // Large integers may differ where the floats next to them do not.
-    return order != 0 || sameValue(a, b) ? order : ordered(intValue(a), intValue(b));
+    return std::is_neq(order) || sameValue(a, b) ? order : ordered(intValue(a), intValue(b));
 }
 
 std::weak_ordering compareElements(const QVariant &a, const QVariant &b)
@@ -148,7 +148,7 @@ size_t QFTuple::hash() const
 std::weak_ordering QFTuple::compare(const QFTuple &other) const
 {
     const std::weak_ordering first = compareElements(_element1, other._element1);
-    return first != 0 ? first : compareElements(_element2, other._element2);
+    return std::is_neq(first) ? first : compareElements(_element2, other._element2);
 }
 
 bool operator==(const QFTuple &a, const QFTuple &b)

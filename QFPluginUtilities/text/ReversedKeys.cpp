@@ -192,20 +192,25 @@ void ReversedKeys::prepareGlance(qsizetype textLength)
         _classPages[i] = _classes[pageOf[i]].data();
     std::copy_n(_classPages[0], _latinClasses.size(), _latinClasses.begin());
     _advances.assign(size, 0);
+    _glanceNodes.assign(size, kNone);
     for (std::size_t i = 0; i < classes; i++) {
         const Unit &last = i == 0 ? _ownPages.front()->front() : unit(_unitOfClass[i - 1]);
         if (last.node == kNone)
             fillGlance(i, 1, last.shift);
         else
-            fillGlance(last, agreeingWith(last), 1, i);
+            fillGlance(last, at(last.node), 1, i);
     }
 }
 
 /// For windows whose last `depth` units, of which `index` is made, agree with some keys.
 void ReversedKeys::fillGlance(const Unit &last, const Agreeing &keys, int depth, std::size_t index)
 {
-    if (depth == _glance || wholeKey(keys, depth) != kNone)
-        return; // they stay 0
+    if (wholeKey(keys, depth) != kNone)
+        return; // their advance stays 0
+    if (depth == _glance) {
+        _glanceNodes[index] = keys.node;
+        return;
+    }
     for (std::size_t i = 0; i <= _unitOfClass.size(); i++) {
         Agreeing narrowed = keys;
         const std::size_t longer = index * (_unitOfClass.size() + 1) + i;
@@ -229,7 +234,7 @@ void ReversedKeys::fillGlance(std::size_t index, int depth, qsizetype advance)
 }
 
 template <int depth>
-qsizetype ReversedKeys::skipped(const char16_t *units, qsizetype window, qsizetype length) const
+ReversedKeys::Stop ReversedKeys::skipped(const char16_t *units, qsizetype window, qsizetype length) const
 {
     const std::size_t classes = _unitOfClass.size() + 1;
     while (window < length) {
@@ -238,13 +243,13 @@ qsizetype ReversedKeys::skipped(const char16_t *units, qsizetype window, qsizety
             index = index * classes + classOf(units[window - i]);
         const quint8 advance = _advances[index];
         if (advance == 0)
-            break;
+            return {window, _glanceNodes[index]};
         window += advance;
     }
-    return window;
+    return {window};
 }
 
-qsizetype ReversedKeys::skip(const char16_t *units, qsizetype window, qsizetype length) const
+ReversedKeys::Stop ReversedKeys::skip(const char16_t *units, qsizetype window, qsizetype length) const
 {
     switch (_glance) {
     case 1:
@@ -254,6 +259,6 @@ qsizetype ReversedKeys::skip(const char16_t *units, qsizetype window, qsizetype 
     case 3:
         return skipped<3>(units, window, length);
     default:
-        return window;
+        return {window};
     }
 }

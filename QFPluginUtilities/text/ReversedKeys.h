@@ -45,10 +45,16 @@ public:
 
     /// Units that `skip` looks at before the window's last one.
     [[nodiscard]] qsizetype unitsBefore() const { return std::max(_glance - 1, 0); }
+    /// A window that has to be looked at closely, and what is known of it.
+    struct Stop
+    {
+        qsizetype window;
+        qint32 node = kNone; ///< of the keys that agree with its last `unitsBefore` + 1 units, unless kNone
+    };
     /// Moves windows on as long as their last few units are enough to tell that no key is there, and by how
-    /// much to move: the first window that has to be looked at closely, or one from `length` on. `units` is
-    /// the text; `unitsBefore` units stand before the window.
-    [[nodiscard]] qsizetype skip(const char16_t *units, qsizetype window, qsizetype length) const;
+    /// much to move. The window where that ends may lie beyond `length`. `units` is the text; `unitsBefore`
+    /// units stand before the window.
+    [[nodiscard]] Stop skip(const char16_t *units, qsizetype window, qsizetype length) const;
 
     [[nodiscard]] const Unit &unit(char16_t unit) const { return (*_pages[unit >> 8])[unit & 0xFF]; }
     /// Whether the unit stands that far from the end of any key.
@@ -73,8 +79,8 @@ public:
         qint32 only; ///< the only one, whose further units are compared without the tree, or kNone
     };
 
-    /// With a last unit that has a node.
-    [[nodiscard]] Agreeing agreeingWith(const Unit &last) const { return at(last.node); }
+    /// All keys of a node.
+    [[nodiscard]] Agreeing at(qint32 node) const { return {node, _nodes[std::size_t(node)].only}; }
     /// The one that is whole after `depth` units, or kNone. No longer key that ends with it can be met.
     [[nodiscard]] qint32 wholeKey(const Agreeing &keys, qsizetype depth) const
     {
@@ -115,7 +121,6 @@ private:
     {
         return std::size_t(edge * 0x9E3779B97F4A7C15U >> _edgeShift); // 2^64 over the golden ratio
     }
-    [[nodiscard]] Agreeing at(qint32 node) const { return {node, _nodes[std::size_t(node)].only}; }
     /// The node of the keys that have `unit` before what they have at this node, or kNone.
     [[nodiscard]] qint32 child(qint32 node, char16_t unit) const
     {
@@ -143,7 +148,7 @@ private:
         return unit < _latinClasses.size() ? _latinClasses[unit] : _classPages[unit >> 8][unit & 0xFF];
     }
     template <int depth>
-    [[nodiscard]] qsizetype skipped(const char16_t *units, qsizetype window, qsizetype length) const;
+    [[nodiscard]] Stop skipped(const char16_t *units, qsizetype window, qsizetype length) const;
 
     std::vector<std::u16string> _keys;
     qsizetype _shortest = 0;
@@ -160,9 +165,10 @@ private:
 
     // Where a window goes on to, by the classes of its last units: 0 where that takes a closer look. Each
     // unit of the keys is a class of its own, all others are class 0.
-    int _glance = 0;               ///< units that are looked at; 0 for no table
-    std::u16string _unitOfClass;   ///< from class 1 on
-    std::vector<quint8> _advances; ///< the class of the last unit counts most
+    int _glance = 0;                  ///< units that are looked at; 0 for no table
+    std::u16string _unitOfClass;      ///< from class 1 on
+    std::vector<quint8> _advances;    ///< the class of the last unit counts most
+    std::vector<qint32> _glanceNodes; ///< for the windows that take a closer look
     std::array<quint8, 256> _latinClasses;
     std::vector<std::array<quint8, 256>> _classes; ///< the first is that of units that no key has
     std::array<const quint8 *, 256> _classPages;

@@ -46,7 +46,7 @@ private:
 };
 
 /// A string that is changed in place. It does not own the string, which must outlive it and its copies and is
-/// changed by nobody else meanwhile.
+/// changed by nobody else meanwhile; of several copies, only one may change it.
 class QF_EXPORT mutable_string : public string
 {
 public:

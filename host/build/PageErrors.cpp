@@ -7,7 +7,7 @@ using namespace Qt::StringLiterals;
 
 namespace {
 
-/// Kinds of record that the host makes where something failed. The library's failures are those it logs.
+/// Kinds of unlogged record that mean a failure. The library's other failures are logged.
 constexpr std::array<QStringView, 6> kFailures{u"build",  u"document", u"exception",
                                                u"memory", u"plugin",   u"site"};
 

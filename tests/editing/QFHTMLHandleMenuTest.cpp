@@ -131,6 +131,7 @@ void QFHTMLHandleMenuTest::leavesTheProbeFileOfOthers()
 {
     QFile foreign(kProbe);
     QVERIFY(foreign.open(QIODevice::WriteOnly | QIODevice::NewOnly));
+    QVERIFY(foreign.write("theirs") == 6 && foreign.flush());
     QFReport report;
     const QFReport::Installed installed(report);
     const QList<QUrl> handlers = QFHTMLHandleMenu::installedHTMLHandlers();
