@@ -30,9 +30,15 @@ public:
     Q_INVOKABLE QVariant same(const QVariant &value) { return value; }
     Q_INVOKABLE QVariantList joined(const QVariantList &a, const QVariantList &b) { return a + b; }
     [[nodiscard]] QByteArray noBytes() const { return {}; }
+    Q_INVOKABLE int deletesNext()
+    {
+        delete next;
+        return 1;
+    }
 
     QString title;
     int number;
+    QPointer<Photo> next;
 };
 
 /// Answers the same message in its own way, and others.
