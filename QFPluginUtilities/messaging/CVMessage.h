@@ -35,9 +35,10 @@ public:
 
     /// The same, with one or several arguments in a row. A single QVariantList is taken for the list of them.
     template <typename... Arguments>
-    requires(sizeof...(Arguments) > 0 && !(std::is_same_v<std::decay_t<Arguments>, QVariantList> &&
-                                           ...)) CVMessage &capture(const char *name,
-                                                                    Arguments &&...arguments)
+    requires(sizeof...(Arguments) > 1 ||
+             (sizeof...(Arguments) == 1 && !(std::is_same_v<std::decay_t<Arguments>, QVariantList> &&
+                                             ...))) CVMessage &capture(const char *name,
+                                                                       Arguments &&...arguments)
     {
         return capture(QByteArrayView(name), QVariantList{asVariant(std::forward<Arguments>(arguments))...});
     }

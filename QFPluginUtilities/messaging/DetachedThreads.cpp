@@ -2,13 +2,13 @@
 
 #include "platform/Logging.h"
 
+#include <algorithm>
 #include <chrono>
 #include <condition_variable>
 #include <cstdlib>
 #include <exception>
 #include <list>
 #include <mutex>
-#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -104,7 +104,7 @@ bool DetachedThreads::start(std::function<void()> work)
                 entry.isDone = true;
                 all.changed.notify_all();
             });
-        } catch (const std::system_error &) {
+        } catch (...) { // no thread, or no memory for one
             all.entries.pop_back();
             return false;
         }

@@ -66,7 +66,7 @@ public:
         _changed.notify_all();
     }
 
-    /// What the workers have put into their reports goes into the caller's.
+    /// What the workers have put into their reports goes into the caller's, with the caller's place.
     void wait()
     {
         constexpr std::chrono::milliseconds kLook{1};
@@ -80,9 +80,12 @@ public:
                 guard.lock();
             }
         }
-        for (const QFReportRecord &record : std::as_const(_records))
-            if (QFReport::current())
+        for (const QFReportRecord &record : std::as_const(_records)) {
+            if (record.page.isNull())
+                QFReport::addHere(record);
+            else if (QFReport::current())
                 QFReport::current()->add(record);
+        }
     }
 
 private:

@@ -63,7 +63,10 @@ bool isNilAnswer([[maybe_unused]] const Answer &answer)
         return answer.isNull();
     else if constexpr (std::is_same_v<Answer, QVariant>)
         return isNil(answer);
-    else if constexpr (std::is_constructible_v<Answer, std::nullptr_t>)
+    else if constexpr (std::is_pointer_v<Answer> || requires {
+                           answer.operator->();
+                           answer == nullptr;
+                       })
         return answer == nullptr;
     else
         return false;
@@ -89,13 +92,13 @@ Answer checked(const QVariant &answer)
     const std::optional<RankedValue> converted = convertedTo(answer, QMetaType::fromType<Answer>());
     if (isNil(answer) || !converted)
         throwNilAnswer();
-    return *static_cast<const Answer *>(converted->value.constData());
+    return converted->value.template value<Answer>();
 }
 
 } // namespace Implementation
 
 /// Answers of a type that is known, of objects in a plain list. A member function whose class all objects of
-/// the list are of is called without further ado.
+/// the list are of is called without further ado. An answer that is not of the type counts as nil.
 template <typename Answer, typename Receiver>
 requires std::is_base_of_v<QObject, Receiver>
 [[nodiscard]] QList<Answer> collect(const QList<Receiver *> &array, const CVMessage &message)

@@ -14,7 +14,7 @@
 ///
 /// A receiver given as a shared pointer is kept alive until the message has been sent, and may then be
 /// destroyed on the thread that it was sent on. One given as a plain pointer gets no message when it is gone
-/// by then; it must not be destroyed by one thread while another begins to send.
+/// by then; it must not be destroyed by one thread while another sends.
 namespace PerformOnMainThreadHigherOrderMessaging {
 
 /// Here and now.
@@ -24,11 +24,14 @@ QF_EXPORT void performMessage(QObject *receiver, const CVMessage &message);
 /// deleted at its end, unless an event loop runs on this thread.
 QF_EXPORT void performMessageInBackground(QObject *receiver, const CVMessage &message);
 
-/// On the main thread, in the order in which messages are handed over. Waiting on the main thread itself
-/// sends it at once; not waiting, never before this returns. True when it waited and the message was sent, or
-/// when the message is under way. False when the receiver was gone, the application ended, the program ends,
-/// or `stop` was raised: by a thread that waits it should be given, if the main thread may wait for that
-/// thread.
+/// On the main thread, in the order in which messages are handed over.
+///
+/// Waiting, on the main thread itself, sends the message at once. The answer is whether it was sent: not when
+/// the receiver was gone, the application ended or `stop` was raised, in whose place the end of the program
+/// stands when none is given. Threads that the main thread may come to wait for should give one.
+///
+/// Not waiting, the message is never sent before this returns. The answer is false only without a receiver; a
+/// message that comes after the end of the application is dropped.
 QF_EXPORT bool performOnMainThread(QObject *receiver, const CVMessage &message, bool waitUntilDone,
                                    const MainThread::StopFlag *stop = nullptr);
 QF_EXPORT bool performOnMainThread(std::shared_ptr<QObject> receiver, const CVMessage &message,

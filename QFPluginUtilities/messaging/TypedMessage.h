@@ -39,10 +39,10 @@ public:
     [[nodiscard]] bool replayOnObject(QObject &receiver, QVariant &answer) const override
     {
         if constexpr (isForObjects) {
-            if (!receiver.metaObject()->inherits(&Class::staticMetaObject))
-                return false;
-            take(static_cast<Class &>(receiver), answer);
-            return true;
+            auto *const object = qobject_cast<Class *>(&receiver);
+            if (object)
+                take(*object, answer);
+            return object != nullptr;
         } else {
             return false;
         }
@@ -55,7 +55,7 @@ public:
                 const auto shared = *static_cast<const std::shared_ptr<Class> *>(receiver.constData());
                 if (shared)
                     take(*shared, answer);
-                return shared != nullptr;
+                return true;
             }
             if (receiver.metaType() != QMetaType::fromType<Class>())
                 return false;

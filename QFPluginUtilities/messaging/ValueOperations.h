@@ -49,13 +49,9 @@ template <typename Value>
 bool take(const QVariant &argument, Value &value)
 {
     const std::optional<RankedValue> converted = convertedTo(argument, QMetaType::fromType<Value>());
-    if (!converted)
-        return false;
-    if constexpr (std::is_same_v<Value, QVariant>)
-        value = converted->value;
-    else
-        value = *static_cast<const Value *>(converted->value.constData());
-    return true;
+    if (converted)
+        value = converted->value.template value<Value>();
+    return converted.has_value();
 }
 
 template <typename Function, size_t... I>

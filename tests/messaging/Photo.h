@@ -17,7 +17,6 @@ class Photo : public QObject
 {
     Q_OBJECT
     Q_PROPERTY(QString title MEMBER title)
-
 public:
     explicit Photo(const QString &name = {}, int size = 0) : title(name), number(size) {}
 
@@ -29,36 +28,30 @@ public:
     Q_INVOKABLE void setNumber(int size) { number = size; }
     Q_INVOKABLE int failing() { throw std::runtime_error("no"); }
     Q_INVOKABLE QVariant same(const QVariant &value) { return value; }
-    Q_INVOKABLE qint64 sum(int a, int b, int c, int d, int e, int f, int g, int h, int i, int j, int k, int l)
+    Q_INVOKABLE QVariantList joined(const QVariantList &a, const QVariantList &b) { return a + b; }
+    [[nodiscard]] QByteArray noBytes() const { return {}; }
+    Q_INVOKABLE int deletesNext()
     {
-        return a + b + c + d + e + f + g + h + i + j + k + l;
+        delete next;
+        return 1;
     }
 
     QString title;
     int number;
+    QPointer<Photo> next;
 };
 
 /// Answers the same message in its own way, and others.
 class Film : public Photo
 {
     Q_OBJECT
-
 public:
     using Photo::Photo;
     [[nodiscard]] QString scaled(double factor, bool isSquare) const override
     {
         return QStringLiteral("film ") + Photo::scaled(factor, isSquare);
     }
-    Q_INVOKABLE int length() const { return 90; }
-};
-
-/// No photograph, yet it answers the same message.
-class Drawing : public QObject
-{
-    Q_OBJECT
-
-public:
-    Q_INVOKABLE QString scaled(int factor, bool /*isSquare*/) { return QString::number(factor); }
+    [[nodiscard]] int length() const { return 90; }
 };
 
 /// A value with a meta-object.
@@ -66,12 +59,9 @@ struct Frame
 {
     Q_GADGET
     Q_PROPERTY(int width MEMBER width)
-
 public:
     Q_INVOKABLE int widen(int by) { return width += by; }
     Q_INVOKABLE int doubled() const { return 2 * width; }
-    [[nodiscard]] int half() const { return width / 2; }
-    int widened(int by) { return width += by; }
 
     int width = 0;
 };
