@@ -1,3 +1,4 @@
+#include "tests/Rows.h"
 #include "text/NSString+CRC_Checksum.h"
 #include "text/NSString+MD5_Checksum.h"
 #include "text/QFDataCompress.h"
@@ -43,18 +44,14 @@ QByteArray plainCRC(const QByteArray &bytes)
 
 void ChecksumsTest::digests_data()
 {
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QByteArray>("crc");
-    QTest::addColumn<QByteArray>("md5");
-    QTest::newRow("check value") << u"123456789"_s << QByteArray("181989fc")
-                                 << QByteArray("25f9e794323b453885f5181f1b624d0b");
-    QTest::newRow("empty") << u""_s << QByteArray("00000000")
-                           << QByteArray("d41d8cd98f00b204e9800998ecf8427e");
+    const Rows<QString, QByteArray, QByteArray> row({"text", "crc", "md5"});
+    row("check value", u"123456789"_s, "181989fc", "25f9e794323b453885f5181f1b624d0b");
+    row("empty", u""_s, "00000000", "d41d8cd98f00b204e9800998ecf8427e");
     const QByteArray accented("Caf\xc3\xa9 \xf0\x9f\x8c\xb2\0after", 17);
-    QTest::newRow("not ASCII, NUL") << QString::fromUtf8(accented) << plainCRC(accented)
-                                    << QCryptographicHash::hash(accented, QCryptographicHash::Md5).toHex();
-    QTest::newRow("nil") << QString() << QByteArray() << QByteArray();
-    QTest::newRow("lone surrogate") << u"a"_s + QChar(0xD800) << QByteArray() << QByteArray();
+    row("not ASCII, NUL", QString::fromUtf8(accented), plainCRC(accented),
+        QCryptographicHash::hash(accented, QCryptographicHash::Md5).toHex());
+    row("nil", {}, {}, {});
+    row("lone surrogate", u"a"_s + QChar(0xD800), {}, {});
 }
 
 void ChecksumsTest::digests()
@@ -92,10 +89,10 @@ void ChecksumsTest::compresses()
 
 void ChecksumsTest::compressesNothingThatDoesNotShrink_data()
 {
-    QTest::addColumn<QByteArray>("bytes");
-    QTest::newRow("empty") << QByteArray("");
-    QTest::newRow("short") << QByteArray("\x8f\x01\x7c\xee\x30\x94\x5a\xd2\x66\x1b", 10);
-    QTest::newRow("compressed") << QFDataCompress::compress(QByteArray(10000, 'q'));
+    const Rows<QByteArray> row({"bytes"});
+    row("empty", "");
+    row("short", QByteArray("\x8f\x01\x7c\xee\x30\x94\x5a\xd2\x66\x1b", 10));
+    row("compressed", QFDataCompress::compress(QByteArray(10000, 'q')));
 }
 
 void ChecksumsTest::compressesNothingThatDoesNotShrink()

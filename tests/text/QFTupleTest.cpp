@@ -1,4 +1,5 @@
 #include "text/QFTuple.h"
+#include "tests/Rows.h"
 #include "text/CharacterCache.h"
 #include "text/ns_iterators.h"
 #include "text/ns_string.h"
@@ -40,12 +41,7 @@ private Q_SLOTS:
 void QFTupleTest::comparesElements_data()
 {
     // The element and another that comes after it, or is the same.
-    QTest::addColumn<QVariant>("element");
-    QTest::addColumn<QVariant>("other");
-    QTest::addColumn<bool>("isSame");
-    const auto row = [](const char *name, const QVariant &a, const QVariant &b, bool isSame) {
-        QTest::newRow(name) << a << b << isSame;
-    };
+    const Rows<QVariant, QVariant, bool> row({"element", "other", "isSame"});
     row("strings", u"b"_s, u"c"_s, false);
     row("nil is nil", {}, QVariant(QString()), true);
     row("nil first", {}, u""_s, false);

@@ -1,3 +1,4 @@
+#include "tests/Rows.h"
 #include "text/HorspoolFeng.h"
 #include "text/NSString+HorspoolFeng.h"
 #include "text/SigilCString.h"
@@ -118,13 +119,10 @@ QVariantMap pairs(const QString &words)
 
 void StringReplaceHFTest::replaces_data()
 {
-    QTest::addColumn<QVariantMap>("substrings");
-    QTest::addColumn<QString>("text");
-    QTest::addColumn<QString>("once");
-    QTest::addColumn<QString>("recursively");
-    const auto row = [](const char *name, const QVariantMap &substrings, const QString &text,
-                        const QString &once, const QString &recursively = {}) {
-        QTest::newRow(name) << substrings << text << once << (recursively.isNull() ? once : recursively);
+    const Rows<QVariantMap, QString, QString, QString> add({"substrings", "text", "once", "recursively"});
+    const auto row = [&](const char *name, const QVariantMap &substrings, const QString &text,
+                         const QString &once, const QString &recursively = {}) {
+        add(name, substrings, text, once, recursively.isNull() ? once : recursively);
     };
     row("not at the beginning", pairs(u"<=&lt;"_s), u"<a<"_s, u"<a&lt;"_s);
     row("a whole text is a beginning", pairs(u"ab=X"_s), u"ab"_s, u"ab"_s);
@@ -205,12 +203,11 @@ void StringReplaceHFTest::agreesWithThePlainRules()
 
 void StringReplaceHFTest::stopsWhatDoesNotEnd_data()
 {
-    QTest::addColumn<QVariantMap>("substrings");
-    QTest::addColumn<QString>("text");
-    QTest::newRow("one window for ever") << pairs(u"x=q ab=ab"_s) << u"zab"_s;
-    QTest::newRow("one more unit each time") << pairs(u"a=aa"_s) << u"za"_s;
-    QTest::newRow("ever more to come") << pairs(u"a=baaa"_s) << u"za"_s;
-    QTest::newRow("huge values") << QVariantMap{{u"a"_s, QString(1 << 20, u'a')}} << u"za"_s;
+    const Rows<QVariantMap, QString> row({"substrings", "text"});
+    row("one window for ever", pairs(u"x=q ab=ab"_s), u"zab"_s);
+    row("one more unit each time", pairs(u"a=aa"_s), u"za"_s);
+    row("ever more to come", pairs(u"a=baaa"_s), u"za"_s);
+    row("huge values", {{u"a"_s, QString(1 << 20, u'a')}}, u"za"_s);
 }
 
 void StringReplaceHFTest::stopsWhatDoesNotEnd()
@@ -258,16 +255,13 @@ void StringReplaceHFTest::takesGenericTexts()
 
 void StringReplaceHFTest::replacesInBytes_data()
 {
-    QTest::addColumn<int>("position");
-    QTest::addColumn<int>("length");
-    QTest::addColumn<QByteArray>("replacement");
-    QTest::addColumn<QByteArray>("result");
-    QTest::newRow("same length") << 1 << 2 << QByteArray("XY") << QByteArray("aXYdef");
-    QTest::newRow("shorter") << 1 << 3 << QByteArray("X") << QByteArray("aXef");
-    QTest::newRow("longer") << 1 << 1 << QByteArray("XYZ") << QByteArray("aXYZcdef");
-    QTest::newRow("all") << 0 << 6 << QByteArray() << QByteArray();
-    QTest::newRow("cut to what there is") << 4 << 99 << QByteArray("X") << QByteArray("abcdX");
-    QTest::newRow("beyond the end") << 99 << 1 << QByteArray("X") << QByteArray("abcdefX");
+    const Rows<int, int, QByteArray, QByteArray> row({"position", "length", "replacement", "result"});
+    row("same length", 1, 2, "XY", "aXYdef");
+    row("shorter", 1, 3, "X", "aXef");
+    row("longer", 1, 1, "XYZ", "aXYZcdef");
+    row("all", 0, 6, "", "");
+    row("cut to what there is", 4, 99, "X", "abcdX");
+    row("beyond the end", 99, 1, "X", "abcdefX");
 }
 
 void StringReplaceHFTest::replacesInBytes()
