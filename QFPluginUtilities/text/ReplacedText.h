@@ -1,5 +1,6 @@
 #pragma once
 
+#include "text/GrowthEstimate.h"
 #include "text/ns_string.h"
 
 #include <QString>
@@ -48,8 +49,7 @@ public:
             _done.truncate(position);
             drop(end, false);
         } else {
-            if (_done.isEmpty())
-                _done.reserve(_original.size());
+            makeRoom();
             drop(position - _done.size(), true);
             drop(length, false);
         }
@@ -76,6 +76,19 @@ public:
 private:
     [[nodiscard]] qsizetype pending() const { return isRescanned ? qsizetype(_pending.size()) : 0; }
 
+    /// As much as the original takes and, once its beginning shows how it grows, as that lets expect.
+    void makeRoom()
+    {
+        const qsizetype read = _original.size() - _rest.size();
+        if (_done.isEmpty()) {
+            _done.reserve(_original.size());
+            adviseLargePages(_done.data(), std::size_t(_done.capacity()) * sizeof(QChar));
+        } else if (!_isEstimated && read >= estimateAfter) {
+            _isEstimated = true;
+            reserveLikeBeginning(_done, read, _original.size(), 0);
+        }
+    }
+
     /// Takes units from the front of what follows, and keeps them as done or not.
     void drop(qsizetype count, bool isKept)
     {
@@ -98,4 +111,5 @@ private:
     std::u16string _pending; ///< last unit first
     QStringView _rest;       ///< of the original
     bool _isChanged = false;
+    bool _isEstimated = false;
 };
