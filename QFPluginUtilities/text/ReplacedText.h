@@ -74,18 +74,24 @@ public:
     }
 
 private:
+    enum class Room : quint8 { None, LikeOriginal, Estimated };
+
     [[nodiscard]] qsizetype pending() const { return isRescanned ? qsizetype(_pending.size()) : 0; }
 
-    /// As much as the original takes and, once its beginning shows how it grows, as that lets expect.
+    /// As much as the original takes and, once its beginning shows how it grows, as that lets expect. A
+    /// beginning with a huge value in it says nothing about the rest.
     void makeRoom()
     {
+        constexpr qsizetype kMostGrowth = 4;
         const qsizetype read = _original.size() - _rest.size();
-        if (_done.isEmpty()) {
+        if (_room == Room::None) {
+            _room = Room::LikeOriginal;
             _done.reserve(_original.size());
             adviseLargePages(_done.data(), std::size_t(_done.capacity()) * sizeof(QChar));
-        } else if (!_isEstimated && read >= estimateAfter) {
-            _isEstimated = true;
-            reserveLikeBeginning(_done, read, _original.size(), 0);
+        } else if (_room == Room::LikeOriginal && read >= estimateAfter) {
+            _room = Room::Estimated;
+            if (_done.size() / read < kMostGrowth)
+                reserveLikeBeginning(_done, read, _original.size(), 0);
         }
     }
 
@@ -111,5 +117,5 @@ private:
     std::u16string _pending; ///< last unit first
     QStringView _rest;       ///< of the original
     bool _isChanged = false;
-    bool _isEstimated = false;
+    Room _room = Room::None;
 };

@@ -25,6 +25,7 @@ private Q_SLOTS:
     void stopsWhatDoesNotEnd_data();
     void stopsWhatDoesNotEnd();
     void takesManyLongKeys();
+    void expectsNoMoreHugeValues();
     void takesGenericTexts();
     void replacesInBytes_data();
     void replacesInBytes();
@@ -242,6 +243,15 @@ void StringReplaceHFTest::takesManyLongKeys()
     const QString plain = plainlyReplaced(before, few, false);
     HorspoolPang::replaceSubstrings(before, few);
     QCOMPARE(before, plain);
+}
+
+void StringReplaceHFTest::expectsNoMoreHugeValues()
+{
+    QString text = u".x"_s + QString(70'000, u'y') + u'z' + QString(8'000'000, u'y');
+    const qsizetype length = text.size() - 2 + 4'000'000;
+    HorspoolPang::replaceSubstrings(text, {{u"x"_s, QString(4'000'000, u'v')}, {u"z"_s, u""_s}});
+    QCOMPARE(text.size(), length);
+    QVERIFY(text.capacity() < 4 * length);
 }
 
 void StringReplaceHFTest::takesGenericTexts()
