@@ -82,8 +82,10 @@ QString counted(qsizetype count, const QString &one)
 
 void printBuild(const PreviewReport &report, bool isQuiet)
 {
+    // What the build itself reports, and that has a kind, it has printed.
+    const QFReportRecord first = report.problems.value(0);
     if (report.outcome == PreviewReport::Outcome::Failed)
-        complain(u"not built: "_s + report.problems.constFirst().message);
+        complain(first.kind.isEmpty() ? u"not built: "_s + first.message : u"not built"_s);
     else if (!isQuiet)
         complain(u"built: "_s + counted(report.written, u"changed file"_s) + u", "_s +
                  counted(report.problems.size(), u"problem"_s));
