@@ -21,7 +21,8 @@ const QFTuple *tupleIn(const QVariant &value)
 bool sameElement(const QVariant &a, const QVariant &b)
 {
     const QFTuple *tuple = tupleIn(a);
-    return tuple != nullptr ? tuple->isEqual(b) : sameValue(a, b);
+    const QFTuple *other = tupleIn(b); // only a tuple has a tuple's hash
+    return tuple != nullptr && other != nullptr ? *tuple == *other : sameValue(a, b);
 }
 
 size_t hashOf(const QVariant &value)

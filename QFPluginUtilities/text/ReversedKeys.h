@@ -13,7 +13,8 @@
 
 /// Keys, prepared so that all of them can be compared at once with a text, from a place backwards. The keys
 /// that agree with the units read so far are a node of the tree of the reversed keys, so a unit costs one
-/// look-up, however many keys there are. Preparation is linear in the keys' total length.
+/// look-up, however many keys there are. Preparation is linear in the keys' total length, and takes
+/// up to 64 Ki steps more for a long text.
 class QF_EXPORT ReversedKeys
 {
 public:

@@ -70,9 +70,10 @@ struct array
         /// The element, nil at the end.
         QVariant operator*() const { return _elements.value(_index); }
         [[nodiscard]] qsizetype count() const { return _elements.size(); }
+        /// By place and count: walks over different arrays are not to be compared.
         friend bool operator==(const iterator &a, const iterator &b)
         {
-            return a._index == b._index && sameValue(a._elements, b._elements);
+            return a._index == b._index && a.count() == b.count();
         }
 
     private:
@@ -106,7 +107,9 @@ struct dictionary
         [[nodiscard]] qsizetype count() const { return _keys.size(); }
         friend bool operator==(const iterator &a, const iterator &b)
         {
-            return a._index == b._index && a._keys == b._keys && sameValue(a._entries, b._entries);
+            // The same dictionary is equal to itself, whatever values are in it.
+            return a._index == b._index && a._keys == b._keys &&
+                   (a._entries.isSharedWith(b._entries) || sameValue(a._entries, b._entries));
         }
 
     private:

@@ -25,7 +25,7 @@ public:
     /// The UTF-16 unit, 0 for an index below 0 or from the length on.
     [[nodiscard]] char16_t operator[](long index) const;
     /// UTF-8 with a NUL behind it, good until the next call or the end of this object. Halves of surrogate
-    /// pairs become U+FFFD. nullptr for nil.
+    /// pairs become question marks. nullptr for nil.
     [[nodiscard]] const char *c_str() const;
 
 protected:

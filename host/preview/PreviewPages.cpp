@@ -137,7 +137,8 @@ QByteArray list(QList<QFReportRecord> problems, const QString &page)
     for (const QFReportRecord &record : problems.first(std::min(problems.size(), kMaximumShown)))
         html += item(record, isOther(record));
     if (problems.size() > kMaximumShown)
-        html += "<li>and " + QByteArray::number(problems.size() - kMaximumShown) + " more</li>\n";
+        html +=
+            "<li class=\"other\">and " + QByteArray::number(problems.size() - kMaximumShown) + " more</li>\n";
     return html + "</ul>\n";
 }
 

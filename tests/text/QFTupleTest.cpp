@@ -97,6 +97,9 @@ void QFTupleTest::equalsWhatHasItsKeys()
     QVERIFY(!tuple.isEqual(QVariant::fromValue<QObject *>(&object)));
     QVERIFY(tuple.isEqual(QVariantMap{{u"element1"_s, u"a"_s}, {u"element2"_s, 5.0}}));
     QVERIFY(tuple.isEqual(QVariant::fromValue(QFTuple(u"a"_s, 5))));
+    const QFTuple nested(QVariant::fromValue(QFTuple(1, 2)), 3);
+    const QFTuple likeIt(QVariantMap{{u"element1"_s, 1}, {u"element2"_s, 2}}, 3);
+    QVERIFY(!(nested == likeIt) && !(likeIt == nested));                         // their hashes differ
     QVERIFY(!QFTuple(u"a"_s, {}).isEqual(QVariantMap{{u"element1"_s, u"a"_s}})); // lacks one
     QVERIFY(!QFTuple().isEqual(QVariant()));
     QVERIFY(!QFTuple().isEqual(QVariant::fromValue<QObject *>(this)));
@@ -119,6 +122,7 @@ void QFTupleTest::readsUnits()
     QCOMPARE(text, u"cbcdé"_s);
     QCOMPARE(kept.text(), u"aé"_s);
     QVERIFY(ns::string().c_str() == nullptr);
+    QCOMPARE(QByteArray(ns::string(QString(QChar(0xD800))).c_str()), QByteArray("?"));
     QCOMPARE(ns::string()[0], u'\0');
 }
 

@@ -5,6 +5,7 @@
 #include "text/ns_iterators.h"
 
 #include <QMap>
+#include <QPointF>
 #include <QRandomGenerator>
 #include <QTest>
 
@@ -138,6 +139,7 @@ void StringReplaceHFTest::replaces_data()
     row("no pairs", {}, u"abc"_s, u"abc"_s);
     row("empty key", {{u""_s, u"X"_s}}, u"abc"_s, u"abc"_s);
     row("empty key beside another", {{u""_s, u"X"_s}, {u"c"_s, u"Y"_s}}, u"abc"_s, u"abY"_s);
+    row("a value unlike itself", {{u"c"_s, QPointF(qQNaN(), 0)}, {u"b"_s, u"Y"_s}}, u"abc"_s, u"aYc"_s);
     row("no string", {{u"c"_s, 7}, {u"b"_s, u"Y"_s}}, u"abc"_s, u"aYc"_s);
     row("nothing stands before the text", {{u"\0\0b"_s, u"X"_s}, {u"c"_s, u"Y"_s}}, u"\0b"_s, u"\0b"_s);
     row("lone surrogates", {{QString(QChar(0xD83C)), u"!"_s}}, u"a\U0001F332"_s, u"a!"_s + QChar(0xDF32));

@@ -11,6 +11,7 @@
 #include <QSocketNotifier>
 
 #include <array>
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <fcntl.h>
@@ -42,8 +43,10 @@ std::array<int, 2> signalPipe{-1, -1}; // NOLINT: used by a signal handler
 
 void noteSignal(int /*signal*/)
 {
+    const int error = errno; // of what has been interrupted
     const char byte = 0;
     static_cast<void>(::write(signalPipe.at(1), &byte, 1) == 1); // a full pipe has told enough
+    errno = error;
 }
 
 /// Has the event loop end with an interruption, and what stands in the way of that be cleared away as always.
